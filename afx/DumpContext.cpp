@@ -1,0 +1,31 @@
+#include "quillon/afx/DumpContext.h"
+
+#include <cstdio>
+#include <string>
+
+#include "quillon/afx/Convert.h"
+
+CDumpContext& CDumpContext::operator<<(LPCSTR lpsz) {
+  return *this << CString(lpsz ? lpsz : "").GetString();
+}
+
+CDumpContext& CDumpContext::operator<<(LPCTSTR lpsz) {
+  if (lpsz == nullptr) lpsz = u"";
+  const size_t nLength = std::char_traits<char16_t>::length(lpsz);
+  if (m_pFile)
+    m_pFile->Write(lpsz, static_cast<UINT>(nLength * sizeof(TCHAR)));
+  else
+    std::fputs(CW2A(lpsz), stderr);
+  return *this;
+}
+
+CDumpContext& CDumpContext::operator<<(int n) {
+  return *this << std::to_string(n).c_str();
+}
+
+void CDumpContext::Flush() {
+  if (m_pFile)
+    m_pFile->Flush();
+  else
+    std::fflush(stderr);
+}

@@ -1,0 +1,57 @@
+#include "quillon/afx/ExtensionModule.h"
+
+AFX_MODULE_STATE* AfxGetModuleState() {
+  static AFX_MODULE_STATE state;
+  return &state;
+}
+
+LPCTSTR AfxFindStringResource(HINSTANCE hInstance, UINT nID) {
+  if (hInstance == nullptr) return nullptr;
+  const auto* pDirectory = reinterpret_cast<const AFX_RESOURCE_DIRECTORY*>(hInstance);
+  for (UINT i = 0; i < pDirectory->nStrings; i++)
+    if (pDirectory->pStrings[i].nID == nID) return pDirectory->pStrings[i].lpszText;
+  return nullptr;
+}
+
+// The classes and factories that the module's static construction registered since the raw
+// attach hook set the host's chains aside now belong to the module; the host gets its own back.
+BOOL AfxInitExtensionModule(AFX_EXTENSION_MODULE& state, HMODULE hModule) {
+  if (state.bInitialized) return TRUE;
+  state.bInitialized = TRUE;
+  state.hModule = hModule;
+  state.hResource = hModule;
+  AFX_MODULE_STATE* pModuleState = AfxGetModuleState();
+  state.pFirstSharedClass = pModuleState->m_classList;
+  pModuleState->m_classList = pModuleState->m_pClassInit;
+  state.pFirstSharedFactory = pModuleState->m_factoryList;
+  pModuleState->m_factoryList = pModuleState->m_pFactoryInit;
+  return TRUE;
+}
+
+void AfxTermExtensionModule(AFX_EXTENSION_MODULE& state, BOOL bAll) {
+  AFX_MODULE_STATE* pModuleState = AfxGetModuleState();
+  for (CDynLinkLibrary* pDLL = pModuleState->m_libraryList; pDLL;) {
+    CDynLinkLibrary* pNext = pDLL->m_pNextDLL;
+    if (bAll || pDLL->m_hModule == state.hModule) delete pDLL;
+    pDLL = pNext;
+  }
+}
+
+CDynLinkLibrary::CDynLinkLibrary(AFX_EXTENSION_MODULE& state, BOOL bSystem)
+    : m_hModule(state.hModule),
+      m_hResource(state.hResource),
+      m_classList(state.pFirstSharedClass),
+      m_factoryList(state.pFirstSharedFactory),
+      m_bSystem(bSystem) {
+  AFX_MODULE_STATE* pModuleState = AfxGetModuleState();
+  m_pNextDLL = pModuleState->m_libraryList;
+  pModuleState->m_libraryList = this;
+}
+
+CDynLinkLibrary::~CDynLinkLibrary() {
+  for (CDynLinkLibrary** pp = &AfxGetModuleState()->m_libraryList; *pp; pp = &(*pp)->m_pNextDLL)
+    if (*pp == this) {
+      *pp = m_pNextDLL;
+      break;
+    }
+}

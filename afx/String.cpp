@@ -1,0 +1,117 @@
+#include "quillon/afx/String.h"
+
+#include "quillon/afx/Convert.h"
+#include "quillon/afx/Exceptions.h"
+
+namespace {
+
+size_t Length(LPCTSTR psz) { return psz ? std::char_traits<char16_t>::length(psz) : 0; }
+
+TCHAR FoldAscii(TCHAR c) { return c >= u'A' && c <= u'Z' ? static_cast<TCHAR>(c + 32) : c; }
+
+}  // namespace
+
+int AfxCompareNoCase(LPCTSTR a, LPCTSTR b) {
+  if (a == nullptr) a = u"";
+  if (b == nullptr) b = u"";
+  for (;; a++, b++) {
+    const TCHAR ca = FoldAscii(*a), cb = FoldAscii(*b);
+    if (ca != cb) return ca < cb ? -1 : 1;
+    if (ca == 0) return 0;
+  }
+}
+
+CString::CString(LPCTSTR psz) : m_str(psz ? psz : u"") {}
+
+CString::CString(LPCTSTR pch, int nLength) {
+  if (nLength < 0 || (pch == nullptr && nLength > 0)) AfxThrowInvalidArgException();
+  if (nLength) m_str.assign(pch, static_cast<size_t>(nLength));
+}
+
+CString::CString(LPCSTR psz) : m_str(CA2W(psz).str()) {}
+
+CString::CString(TCHAR ch, int nRepeat) : m_str(nRepeat > 0 ? static_cast<size_t>(nRepeat) : 0, ch) {}
+
+CString& CString::operator=(LPCTSTR psz) {
+  m_str.assign(psz ? psz : u"");
+  return *this;
+}
+
+CString& CString::operator=(LPCSTR psz) {
+  m_str = CA2W(psz).str();
+  return *this;
+}
+
+CString& CString::operator=(TCHAR ch) {
+  m_str.assign(1, ch);
+  return *this;
+}
+
+CString& CString::operator+=(const CString& str) {
+  m_str += str.m_str;
+  return *this;
+}
+
+CString& CString::operator+=(LPCTSTR psz) {
+  if (psz) m_str += psz;
+  return *this;
+}
+
+CString& CString::operator+=(LPCSTR psz) {
+  m_str += CA2W(psz).str();
+  return *this;
+}
+
+CString& CString::operator+=(TCHAR ch) {
+  m_str += ch;
+  return *this;
+}
+
+void CString::Append(LPCTSTR pch, int nLength) {
+  if (nLength < 0 || (pch == nullptr && nLength > 0)) AfxThrowInvalidArgException();
+  if (nLength) m_str.append(pch, static_cast<size_t>(nLength));
+}
+
+TCHAR CString::GetAt(int i) const {
+  if (i < 0 || i >= GetLength()) AfxThrowInvalidArgException();
+  return m_str[static_cast<size_t>(i)];
+}
+
+LPTSTR CString::GetBuffer() { return m_str.data(); }
+
+LPTSTR CString::GetBuffer(int nMinBufLength) {
+  if (nMinBufLength < 0) AfxThrowInvalidArgException();
+  if (static_cast<size_t>(nMinBufLength) > m_str.size()) m_str.resize(static_cast<size_t>(nMinBufLength));
+  return m_str.data();
+}
+
+void CString::ReleaseBuffer(int nNewLength) {
+  if (nNewLength < 0) nNewLength = static_cast<int>(Length(m_str.c_str()));
+  if (nNewLength > GetLength()) AfxThrowInvalidArgException();
+  m_str.resize(static_cast<size_t>(nNewLength));
+}
+
+int CString::Compare(LPCTSTR psz) const {
+  const int n = m_str.compare(psz ? psz : u"");
+  return n < 0 ? -1 : n > 0 ? 1 : 0;
+}
+
+int CString::CompareNoCase(LPCTSTR psz) const { return AfxCompareNoCase(m_str.c_str(), psz); }
+
+int CString::Find(LPCTSTR pszSub, int iStart) const {
+  if (iStart < 0 || iStart > GetLength()) return -1;
+  const size_t i = m_str.find(pszSub ? pszSub : u"", static_cast<size_t>(iStart));
+  return i == std::u16string::npos ? -1 : static_cast<int>(i);
+}
+
+int CString::Find(TCHAR ch, int iStart) const {
+  if (iStart < 0 || iStart >= GetLength()) return -1;
+  const size_t i = m_str.find(ch, static_cast<size_t>(iStart));
+  return i == std::u16string::npos ? -1 : static_cast<int>(i);
+}
+
+CString operator+(const CString& a, const CString& b) {
+  CString result(a);
+  result += b;
+  return result;
+}

@@ -1,0 +1,152 @@
+// CString::Format and string resources.
+#include <cstdarg>
+#include <cstdio>
+#include <string>
+
+#include "quillon/afx/Convert.h"
+#include "quillon/afx/Exceptions.h"
+#include "quillon/afx/ExtensionModule.h"
+#include "quillon/afx/String.h"
+
+struct CStringFormatter {
+  static void Run(std::u16string& out, LPCTSTR pszFormat, va_list& args);
+};
+
+namespace {
+
+struct Spec {
+  bool bLeft = false;
+  std::string flags;
+  int nWidth = -1;
+  int nPrecision = -1;
+  int nLongs = 0;  // count of l modifiers; I64 counts as two
+  bool bShort = false;
+};
+
+void Pad(std::u16string& out, std::u16string_view text, const Spec& spec) {
+  const size_t nPad = spec.nWidth > 0 && static_cast<size_t>(spec.nWidth) > text.size()
+                          ? static_cast<size_t>(spec.nWidth) - text.size() : 0;
+  if (!spec.bLeft) out.append(nPad, u' ');
+  out += text;
+  if (spec.bLeft) out.append(nPad, u' ');
+}
+
+void AppendNumber(std::u16string& out, const Spec& spec, char conv, va_list& args) {
+  std::string fmt = "%" + spec.flags;
+  if (spec.nWidth >= 0) fmt += std::to_string(spec.nWidth);
+  if (spec.nPrecision >= 0) fmt += "." + std::to_string(spec.nPrecision);
+  fmt += "ll";
+  fmt += conv;
+  const bool bSigned = conv == 'd' || conv == 'i';
+  long long n;
+  if (spec.nLongs >= 2) n = va_arg(args, long long);
+  else if (spec.nLongs == 1) n = bSigned ? va_arg(args, long) : static_cast<long long>(va_arg(args, unsigned long));
+  else n = bSigned ? va_arg(args, int) : static_cast<long long>(va_arg(args, unsigned int));
+  if (spec.bShort) n = bSigned ? static_cast<short>(n) : static_cast<unsigned short>(n);
+  char buf[80];
+  const int nLen = std::snprintf(buf, sizeof buf, fmt.c_str(), n);
+  for (int i = 0; i < nLen && i < static_cast<int>(sizeof buf) - 1; i++) out += static_cast<char16_t>(buf[i]);
+}
+
+}  // namespace
+
+void CStringFormatter::Run(std::u16string& out, LPCTSTR f, va_list& args) {
+  if (f == nullptr) AfxThrowInvalidArgException();
+  out.clear();
+  while (*f) {
+    if (*f != u'%') {
+      out += *f++;
+      continue;
+    }
+    f++;
+    if (*f == u'%') {
+      out += *f++;
+      continue;
+    }
+    Spec spec;
+    for (; *f == u'-' || *f == u'+' || *f == u' ' || *f == u'#' || *f == u'0'; f++) {
+      if (*f == u'-') spec.bLeft = true;
+      spec.flags += static_cast<char>(*f);
+    }
+    if (*f == u'*') {
+      spec.nWidth = va_arg(args, int);
+      f++;
+    } else {
+      for (; *f >= u'0' && *f <= u'9'; f++) spec.nWidth = (spec.nWidth < 0 ? 0 : spec.nWidth * 10) + (*f - u'0');
+    }
+    if (*f == u'.') {
+      spec.nPrecision = 0;
+      for (f++; *f >= u'0' && *f <= u'9'; f++) spec.nPrecision = spec.nPrecision * 10 + (*f - u'0');
+    }
+    for (;; f++) {
+      if (*f == u'l') spec.nLongs++;
+      else if (*f == u'h') spec.bShort = true;
+      else if (f[0] == u'I' && f[1] == u'6' && f[2] == u'4') { spec.nLongs = 2; f += 2; }
+      else break;
+    }
+    const char16_t conv = *f;
+    if (conv == 0) AfxThrowInvalidArgException();
+    f++;
+    switch (conv) {
+      case u's': {
+        LPCTSTR psz = va_arg(args, LPCTSTR);
+        std::u16string_view text = psz ? psz : u"(null)";
+        if (spec.nPrecision >= 0) text = text.substr(0, static_cast<size_t>(spec.nPrecision));
+        Pad(out, text, spec);
+        break;
+      }
+      case u'S': {
+        LPCSTR psz = va_arg(args, LPCSTR);
+        Pad(out, CA2W(psz ? psz : "(null)").str(), spec);
+        break;
+      }
+      case u'c': {
+        const char16_t ch = static_cast<char16_t>(va_arg(args, int));
+        Pad(out, std::u16string_view(&ch, 1), spec);
+        break;
+      }
+      case u'd': case u'i': case u'u': case u'x': case u'X': case u'o':
+        AppendNumber(out, spec, static_cast<char>(conv), args);
+        break;
+      default:
+        AfxThrowInvalidArgException();
+    }
+  }
+}
+
+void CString::Format(LPCTSTR pszFormat, ...) {
+  va_list args;
+  va_start(args, pszFormat);
+  try {
+    CStringFormatter::Run(m_str, pszFormat, args);
+  } catch (...) {
+    va_end(args);
+    throw;
+  }
+  va_end(args);
+}
+
+void CString::Format(UINT nFormatID, ...) {
+  CString strFormat;
+  if (!strFormat.LoadString(nFormatID)) AfxThrowInvalidArgException();
+  va_list args;
+  va_start(args, nFormatID);
+  try {
+    CStringFormatter::Run(m_str, strFormat.GetString(), args);
+  } catch (...) {
+    va_end(args);
+    throw;
+  }
+  va_end(args);
+}
+
+// Looks in the host's own resources first, then along the chain of extension libraries.
+BOOL CString::LoadString(UINT nID) {
+  AFX_MODULE_STATE* pState = AfxGetModuleState();
+  LPCTSTR psz = AfxFindStringResource(pState->m_hCurrentResourceHandle, nID);
+  for (CDynLinkLibrary* pDLL = pState->m_libraryList; psz == nullptr && pDLL; pDLL = pDLL->m_pNextDLL)
+    psz = AfxFindStringResource(pDLL->m_hResource, nID);
+  if (psz == nullptr) return FALSE;
+  *this = psz;
+  return TRUE;
+}

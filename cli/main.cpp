@@ -1,0 +1,37 @@
+// quillon: the library's command-line tool. Exit 0 on success, 1 when an input cannot be
+// read or parsed (one error line on stderr), 2 on a usage error.
+#include <cstdio>
+
+#include <CLI/CLI.hpp>
+
+#include "cli/Command.h"
+#include "cli/Errors.h"
+#include "quillon/Version.h"
+
+int main(int argc, char** argv) {
+  CLI::App app{"quillon: read TMX translation memories and pack XML documents"};
+  app.set_version_flag("--version", "quillon " QUILLON_VERSION_STRING);
+  app.require_subcommand(1);
+  PendingRun pending;
+  //AddLanguagesCommand(app, pending);
+  //AddUnitsCommand(app, pending);
+  //AddPackCommands(app, pending);
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::Success& e) {
+    return app.exit(e);
+  } catch (const CLI::ParseError& e) {
+    app.exit(e);
+    return 2;
+  }
+  std::string output;
+  try {
+    output = pending.run();
+  } catch (...) {
+    ReportCurrentException(DisplayName(pending.input));
+    return 1;
+  }
+  std::fwrite(output.data(), 1, output.size(), stdout);
+  return 0;
+}

@@ -1,0 +1,67 @@
+// Extension modules: how a library that extends the class library registers itself, so that
+// its run-time classes and string resources are found through the host's module state.
+#pragma once
+
+#include "Object.h"
+
+class COleObjectFactory;
+class CDynLinkLibrary;
+
+// On this platform a module's instance handle points at its resource directory: the string
+// table that the module's resources carry.
+struct AFX_STRING_RESOURCE {
+  UINT nID;
+  LPCTSTR lpszText;
+};
+struct AFX_RESOURCE_DIRECTORY {
+  const AFX_STRING_RESOURCE* pStrings;
+  UINT nStrings;
+};
+inline HINSTANCE AfxResourceHandle(const AFX_RESOURCE_DIRECTORY& directory) {
+  return reinterpret_cast<HINSTANCE>(const_cast<AFX_RESOURCE_DIRECTORY*>(&directory));
+}
+// The text of string resource nID in the module, or null.
+AFX_CORE_API LPCTSTR AFXAPI AfxFindStringResource(HINSTANCE hInstance, UINT nID);
+
+struct AFX_EXTENSION_MODULE {
+  BOOL bInitialized;
+  HMODULE hModule;
+  HMODULE hResource;
+  CRuntimeClass* pFirstSharedClass;
+  COleObjectFactory* pFirstSharedFactory;
+};
+
+class AFX_CORE_API COleObjectFactory {
+ public:
+  COleObjectFactory* m_pNextFactory = nullptr;
+};
+
+// The module state of the host: its chains of run-time classes, class factories and
+// registered extension libraries. The class and factory chains that static construction
+// fills while an extension module loads are handed to that module by AfxInitExtensionModule.
+struct AFX_CORE_API AFX_MODULE_STATE {
+  CRuntimeClass* m_classList = nullptr;
+  COleObjectFactory* m_factoryList = nullptr;
+  CDynLinkLibrary* m_libraryList = nullptr;
+  CRuntimeClass* m_pClassInit = nullptr;
+  COleObjectFactory* m_pFactoryInit = nullptr;
+  HINSTANCE m_hCurrentResourceHandle = nullptr;
+};
+AFX_CORE_API AFX_MODULE_STATE* AFXAPI AfxGetModuleState();
+
+class AFX_CORE_API CDynLinkLibrary : public CObject {
+ public:
+  CDynLinkLibrary(AFX_EXTENSION_MODULE& state, BOOL bSystem = FALSE);
+  ~CDynLinkLibrary() override;
+
+  HMODULE m_hModule;
+  HMODULE m_hResource;
+  CRuntimeClass* m_classList;
+  COleObjectFactory* m_factoryList;
+  BOOL m_bSystem;
+  CDynLinkLibrary* m_pNextDLL = nullptr;
+};
+
+AFX_CORE_API BOOL AFXAPI AfxInitExtensionModule(AFX_EXTENSION_MODULE& state, HMODULE hModule);
+// Unregisters the module's libraries (every extension's with bAll).
+AFX_CORE_API void AFXAPI AfxTermExtensionModule(AFX_EXTENSION_MODULE& state, BOOL bAll = FALSE);

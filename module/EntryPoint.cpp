@@ -1,0 +1,54 @@
+#include "module/EntryPoint.h"
+
+#include <new>
+
+#include <xercesc/util/PlatformUtils.hpp>
+#include <xercesc/util/XMLException.hpp>
+
+using namespace xercesc;
+
+namespace {
+
+void StartParserPlatform() {
+  XMLPlatformUtils::Initialize(XMLUni::fgXercescDefaultLocale, nullptr, nullptr, nullptr);
+}
+
+void* AllocateLibraryObject(size_t nBytes) { return ::operator new(nBytes, std::nothrow); }
+
+void StopParserPlatform() { XMLPlatformUtils::Terminate(); }
+
+}  // namespace
+
+ModuleSteps g_moduleSteps = {StartParserPlatform, AfxInitExtensionModule, AllocateLibraryObject,
+                             StopParserPlatform, AfxTermExtensionModule};
+
+AFX_EXTENSION_MODULE ExtensionModule = {};
+
+BOOL WINAPI RawDllMain(HINSTANCE, DWORD dwReason, LPVOID) {
+  if (dwReason == DLL_PROCESS_ATTACH) {
+    AFX_MODULE_STATE* pModuleState = AfxGetModuleState();
+    pModuleState->m_pClassInit = pModuleState->m_classList;
+    pModuleState->m_pFactoryInit = pModuleState->m_factoryList;
+    pModuleState->m_classList = nullptr;
+    pModuleState->m_factoryList = nullptr;
+  }
+  return TRUE;
+}
+
+BOOL APIENTRY DllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID) {
+  if (dwReason == DLL_PROCESS_ATTACH) {
+    try {
+      g_moduleSteps.StartParserPlatform();
+    } catch (const XMLException&) {
+      // A platform that cannot start shows up in the first parse; loading goes on.
+    }
+    if (!g_moduleSteps.InitExtensionModule(ExtensionModule, hInstance)) return FALSE;
+    // The registration object belongs to the class library from here on.
+    if (void* p = g_moduleSteps.AllocateLibraryObject(sizeof(CDynLinkLibrary)))
+      new (p) CDynLinkLibrary(ExtensionModule, FALSE);
+  } else if (dwReason == DLL_PROCESS_DETACH) {
+    g_moduleSteps.StopParserPlatform();
+    g_moduleSteps.TermExtensionModule(ExtensionModule, FALSE);
+  }
+  return TRUE;
+}

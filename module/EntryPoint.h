@@ -1,0 +1,23 @@
+// The library's entry point: start and stop of the parser platform and registration with the
+// class library, once per load. Its steps go through g_moduleSteps so tests can replace them.
+#pragma once
+
+#include <cstddef>
+
+#include "quillon/afx.h"
+
+struct ModuleSteps {
+  void (*StartParserPlatform)();
+  BOOL (*InitExtensionModule)(AFX_EXTENSION_MODULE& state, HMODULE hModule);
+  void* (*AllocateLibraryObject)(size_t nBytes);  // null when there is no memory
+  void (*StopParserPlatform)();
+  void (*TermExtensionModule)(AFX_EXTENSION_MODULE& state, BOOL bAll);
+};
+
+extern ModuleSteps g_moduleSteps;
+extern AFX_EXTENSION_MODULE ExtensionModule;
+
+// Runs before the library's static objects are constructed, as the class library requires of
+// an extension module.
+BOOL WINAPI RawDllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID lpReserved);
+BOOL APIENTRY DllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID lpReserved);

@@ -1,0 +1,226 @@
+// The class-library layer: the MFC behaviour the library and its hosts rely on.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "quillon/afx.h"
+
+namespace {
+
+template <class Exception, class F>
+void ExpectThrows(F f) {
+  try {
+    f();
+    ADD_FAILURE() << "no exception";
+  } catch (CException* e) {
+    EXPECT_NE(dynamic_cast<Exception*>(e), nullptr);
+    e->Delete();
+  }
+}
+
+TEST(CStringTest, CompareIsOrdinalAndCompareNoCaseFoldsAsciiOnly) {
+  EXPECT_LT(CString(u"EN").Compare(u"de"), 0);  // upper-case ASCII sorts first
+  EXPECT_EQ(CString(u"en").Compare(u"en"), 0);
+  EXPECT_EQ(CString(u"EN-us").CompareNoCase(u"en-US"), 0);
+  EXPECT_NE(CString(u"\u00e9").CompareNoCase(u"\u00c9"), 0);
+  EXPECT_NE(CString(u"en").CompareNoCase(u"en-US"), 0);
+  EXPECT_EQ(CString().CompareNoCase(nullptr), 0);
+}
+
+TEST(CStringTest, FindAndConstructionFromUtf8) {
+  CString s("Gr\xc3\xbc\xc3\x9f" "e");  // UTF-8
+  EXPECT_EQ(s.GetLength(), 5);
+  EXPECT_EQ(s.Find(u"e"), 4);
+  EXPECT_EQ(s.Find(u"x"), -1);
+  EXPECT_EQ(s.Find(u""), 0);
+  EXPECT_EQ(CString(u"ab").Find(u"abc"), -1);
+}
+
+TEST(CStringTest, FormatTakesUtf16TextIntegersAndPercent) {
+  CString s;
+  s.Format(u"%s|%d|%%|%-4s|%03d|%x", u"abc", -42, u"x", 7, 255);
+  EXPECT_EQ(s, u"abc|-42|%|x   |007|ff");
+}
+
+TEST(CStringTest, FormatWithResourceIdLoadsFromRegisteredModule) {
+  static const AFX_STRING_RESOURCE strings[] = {{7, u"%s and %s"}};
+  static const AFX_RESOURCE_DIRECTORY directory = {strings, 1};
+  AFX_EXTENSION_MODULE module = {};
+  ASSERT_TRUE(AfxInitExtensionModule(module, AfxResourceHandle(directory)));
+  auto* library = new CDynLinkLibrary(module);
+  CString s;
+  s.Format(7u, u"this", u"that");
+  EXPECT_EQ(s, u"this and that");
+  ExpectThrows<CInvalidArgException>([&] { s.Format(8u, u"x"); });
+  AfxTermExtensionModule(module);
+  EXPECT_EQ(AfxGetModuleState()->m_libraryList, nullptr) << library;
+}
+
+TEST(CArrayTest, GuardedIndexesRaiseInvalidArgument) {
+  CArray<int*, int*> a;
+  a.Add(nullptr);
+  ExpectThrows<CInvalidArgException>([&] { a.GetAt(1); });
+  ExpectThrows<CInvalidArgException>([&] { a[-1]; });
+  ExpectThrows<CInvalidArgException>([&] { a.SetAt(2, nullptr); });
+  ExpectThrows<CInvalidArgException>([&] { a.SetSize(-1); });
+  ExpectThrows<CInvalidArgException>([&] { a.SetAtGrow(-1, nullptr); });
+  ExpectThrows<CInvalidArgException>([&] { a.RemoveAt(0, 2); });
+  ExpectThrows<CInvalidArgException>([&] { a.InsertAt(0, nullptr, 0); });
+  ExpectThrows<CInvalidArgException>([&] { a.InsertAt(0, static_cast<const CArray<int*, int*>*>(nullptr)); });
+  ExpectThrows<CInvalidArgException>([&] { a.Append(a); });
+}
+
+TEST(CArrayTest, GrowthWithGrowByZeroStartsAtOneThenAnEighthBetweenFourAndKilo) {
+  CArray<int, int> a;
+  a.Add(1);
+  a.Add(2);  // capacity 1 -> 5
+  for (int i = 0; i < 3; i++) a.Add(i);
+  const int* p = a.GetData();
+  a.Add(9);  // sixth element needs growth: +4
+  EXPECT_NE(a.GetData(), p);
+  a.SetSize(9000);
+  a.FreeExtra();
+  a.Add(0);  // grows by 9000 / 8 = 1125, capped at 1024
+  p = a.GetData();
+  for (int i = 0; i < 1023; i++) a.Add(0);
+  EXPECT_EQ(a.GetData(), p);
+  a.Add(0);
+  EXPECT_NE(a.GetData(), p);
+}
+
+TEST(CArrayTest, InsertRemoveAndCopyKeepOrder) {
+  CArray<int, int> a;
+  for (int i = 0; i < 4; i++) a.Add(i);
+  a.InsertAt(1, 9, 2);
+  a.RemoveAt(4);
+  a.InsertAt(7, 5);  // past the end: grows with zero slots
+  std::vector<int> got(a.GetData(), a.GetData() + a.GetSize());
+  EXPECT_EQ(got, (std::vector<int>{0, 9, 9, 1, 3, 0, 0, 5}));
+  CArray<int, int> b;
+  b.Copy(a);
+  b.InsertAt(0, &b);
+  EXPECT_EQ(b.GetSize(), 16);
+  EXPECT_EQ(b[8], 0);
+}
+
+TEST(CStringArrayTest, SetAtGrowAppendsAndSetSizeZeroFrees) {
+  CStringArray a;
+  a.SetAtGrow(a.GetSize(), u"fr");
+  a.SetAtGrow(2, u"de");
+  EXPECT_EQ(a.GetSize(), 3);
+  EXPECT_EQ(a[0], u"fr");
+  EXPECT_TRUE(a[1].IsEmpty());
+  a.SetSize(0, -1);
+  EXPECT_EQ(a.GetData(), nullptr);
+}
+
+// Where MFC iterates an entry: its bucket, and its rank from the front of the chain.
+UINT Bucket(int key) { return HashKey<int>(key) % 17; }
+
+TEST(CMapTest, IterationFollowsBucketsAscendingAndNewestFirstInEachChain) {
+  const std::vector<int> keys = {0, 1, 2, 17, 34, -1, -17, -127773, 127773, 2147483647,
+                                 -2147483647 - 1, 1000000, 42, 59, 76};
+  CMap<int, int, void*, void*> map;
+  for (int k : keys) map[k] = nullptr;
+  std::vector<std::pair<UINT, size_t>> order;
+  std::vector<int> expected;
+  for (size_t i = 0; i < keys.size(); i++) order.push_back({Bucket(keys[i]), keys.size() - i});
+  std::vector<size_t> idx(keys.size());
+  for (size_t i = 0; i < idx.size(); i++) idx[i] = i;
+  std::sort(idx.begin(), idx.end(), [&](size_t a, size_t b) { return order[a] < order[b]; });
+  for (size_t i : idx) expected.push_back(keys[i]);
+
+  std::vector<int> got;
+  for (POSITION pos = map.GetStartPosition(); pos;) {
+    int key;
+    void* value;
+    map.GetNextAssoc(pos, key, value);
+    got.push_back(key);
+  }
+  EXPECT_EQ(got, expected);
+}
+
+TEST(CMapTest, HashIsTheMinimalStandardStep) {
+  EXPECT_EQ(HashKey<int>(0), 0u);
+  EXPECT_EQ(HashKey<int>(1), 16807u);
+  EXPECT_EQ(HashKey<int>(127773), 2147480811u);  // 16807*0 - 2836*1 + 2^31 - 1
+  EXPECT_EQ(HashKey<int>(-1), 2147466840u);
+}
+
+TEST(CMapTest, LookupSetAtAndRemoveAllKeepBucketCount) {
+  CMap<int, int, int, int> map;
+  for (int i = 0; i < 100000; i++) map.SetAt(i * 7, i);
+  map.SetAt(14, -1);
+  int value = 0;
+  EXPECT_TRUE(map.Lookup(14, value));
+  EXPECT_EQ(value, -1);
+  EXPECT_TRUE(map.Lookup(699993, value));
+  EXPECT_FALSE(map.Lookup(15, value));
+  EXPECT_EQ(map.GetCount(), 100000);
+  map.RemoveAll();
+  EXPECT_EQ(map.GetCount(), 0);
+  EXPECT_EQ(map.GetStartPosition(), nullptr);
+  EXPECT_EQ(map.GetHashTableSize(), 17u);
+  map[3] = 4;
+  EXPECT_TRUE(map.Lookup(3, value));
+}
+
+TEST(CListTest, AddTailKeepsInsertionOrderAcrossBlocks) {
+  CList<int, int> list(3);
+  for (int i = 0; i < 10; i++) list.AddTail(i);
+  std::vector<int> got;
+  for (POSITION pos = list.GetHeadPosition(); pos;) got.push_back(list.GetNext(pos));
+  EXPECT_EQ(got, (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9}));
+  list.RemoveAll();
+  EXPECT_EQ(list.GetHeadPosition(), nullptr);
+}
+
+TEST(CArchiveTest, CountEncodingRoundTripsAtEveryWidth) {
+  const struct { DWORD_PTR count; size_t bytes; } cases[] = {
+      {0, 2}, {0xFFFE, 2}, {0xFFFF, 6}, {0xFFFFFFFE, 6}, {0xFFFFFFFF, 14}, {0x123456789ull, 14}};
+  for (const auto& c : cases) {
+    CMemFile file;
+    CArchive out(&file, CArchive::store);
+    out.WriteCount(c.count);
+    EXPECT_EQ(file.GetLength(), c.bytes) << c.count;
+    file.SeekToBegin();
+    CArchive in(&file, CArchive::load);
+    EXPECT_EQ(in.ReadCount(), c.count);
+  }
+  BYTE bytes[] = {0xFF, 0xFF, 0x01};  // 32-bit count cut short
+  CMemFile file(bytes, sizeof bytes);
+  CArchive in(&file, CArchive::load);
+  try {
+    in.ReadCount();
+    ADD_FAILURE() << "no exception";
+  } catch (CArchiveException* e) {
+    EXPECT_EQ(e->m_cause, CArchiveException::endOfFile);
+    e->Delete();
+  }
+}
+
+TEST(CMemFileTest, ReadReturnsWhatIsLeftAndSeekRewinds) {
+  BYTE data[] = {1, 2, 3};
+  CMemFile file(data, sizeof data);
+  BYTE buf[8] = {};
+  file.Seek(0, CFile::end);
+  EXPECT_EQ(file.Read(buf, 8), 0u);
+  EXPECT_EQ(file.Seek(0, CFile::begin), 0u);
+  EXPECT_EQ(file.Read(buf, 8), 3u);
+  EXPECT_EQ(buf[2], 3);
+  ExpectThrows<CFileException>([&] { file.Write(buf, 1); });  // fixed buffer is full
+}
+
+TEST(CDumpContextTest, WritesNarrowAndWideTextAsUtf16) {
+  CMemFile file;
+  CDumpContext dc(&file);
+  dc << "a:\t" << u"\u00e9" << CString(u"z");
+  const auto length = static_cast<UINT>(file.GetLength());
+  std::u16string got(length / 2, u'\0');
+  file.SeekToBegin();
+  file.Read(got.data(), length);
+  EXPECT_EQ(got, u"a:\t\u00e9z");
+}
+
+}  // namespace
