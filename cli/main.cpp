@@ -13,8 +13,8 @@ int main(int argc, char** argv) {
   app.set_version_flag("--version", "quillon " QUILLON_VERSION_STRING);
   app.require_subcommand(1);
   PendingRun pending;
-  //AddLanguagesCommand(app, pending);
-  //AddUnitsCommand(app, pending);
+  AddLanguagesCommand(app, pending);
+  AddUnitsCommand(app, pending);
   //AddPackCommands(app, pending);
 
   try {

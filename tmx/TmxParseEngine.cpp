@@ -1,0 +1,92 @@
+#include "quillon/TmxParseEngine.h"
+
+#include <memory>
+#include <set>
+#include <string_view>
+
+#include <xercesc/dom/DOMElement.hpp>
+#include <xercesc/dom/DOMNodeList.hpp>
+#include <xercesc/framework/LocalFileInputSource.hpp>
+#include <xercesc/framework/MemBufInputSource.hpp>
+
+#include "tmx/DOMTreeErrorReporter.h"
+
+using namespace xercesc;
+
+CTmxParseEngine::CTmxParseEngine(CString strPath, CMemFile* pMemFile, HWND hWnd)
+    : m_pDocument(nullptr), m_parser(nullptr, XMLPlatformUtils::fgMemoryManager, nullptr) {
+  if (pMemFile != nullptr) {
+    m_pMemFile = pMemFile;
+    m_strFilePath.Empty();
+  } else {
+    m_pMemFile = nullptr;
+    m_strFilePath = strPath;
+  }
+  m_hWnd = hWnd;
+  m_strAuxiliary2.Empty();
+  m_strAuxiliary1.Empty();
+}
+
+CTmxParseEngine::~CTmxParseEngine() = default;
+
+namespace {
+
+// The reporter serves one parse only: the parser must not keep pointing at it afterwards.
+struct InstalledErrorHandler {
+  XercesDOMParser& parser;
+  InstalledErrorHandler(XercesDOMParser& p, ErrorHandler* handler) : parser(p) { parser.setErrorHandler(handler); }
+  ~InstalledErrorHandler() { parser.setErrorHandler(nullptr); }
+};
+
+// The memory file is copied whole, in one read from its start, into a buffer the parse uses.
+void ParseMemFile(XercesDOMParser& parser, CMemFile& file) {
+  const auto nLength = static_cast<UINT>(file.GetLength());
+  std::unique_ptr<BYTE[]> buffer(new BYTE[nLength ? nLength : 1]);
+  file.Seek(0, CFile::begin);
+  const UINT nRead = file.Read(buffer.get(), nLength);
+  std::unique_ptr<InputSource> source(new (XMLPlatformUtils::fgMemoryManager) MemBufInputSource(
+      buffer.get(), nRead, "memTmxFile", false, XMLPlatformUtils::fgMemoryManager));
+  parser.parse(*source);
+}
+
+}  // namespace
+
+bool CTmxParseEngine::SearchTmxForLanguages(CStringArray* pLanguages) {
+  DOMTreeErrorReporter errorReporter;
+  InstalledErrorHandler installed(m_parser, &errorReporter);
+  m_parser.setCreateEntityReferenceNodes(false);
+
+  const bool bHasPath = !m_strFilePath.IsEmpty();
+  if (bHasPath == (m_pMemFile != nullptr)) return false;
+  if (bHasPath) {
+    LocalFileInputSource source(m_strFilePath.GetString(), XMLPlatformUtils::fgMemoryManager);
+    m_parser.parse(source);
+  } else {
+    ParseMemFile(m_parser, *m_pMemFile);
+  }
+  m_pDocument = m_parser.getDocument();
+
+  // The values live in the document; only the distinct ones become strings.
+  std::set<std::u16string_view> languages;
+  DOMNodeList* pVariants = m_pDocument ? m_pDocument->getElementsByTagName(u"tuv") : nullptr;
+  const XMLSize_t nVariants = pVariants ? pVariants->getLength() : 0;  // walks the tree: read once
+  for (XMLSize_t i = 0; i < nVariants; i++) {
+    DOMNode* pNode = pVariants->item(i);
+    if (pNode->getNodeType() != DOMNode::ELEMENT_NODE) continue;
+    auto* pElement = static_cast<DOMElement*>(pNode);
+    for (const XMLCh* pszName : {u"lang", u"xml:lang"}) {
+      const XMLCh* pszValue = pElement->getAttribute(pszName);
+      if (pszValue && *pszValue) languages.insert(pszValue);
+    }
+  }
+
+  if (pLanguages == nullptr) return true;
+  for (std::u16string_view language : languages)
+    pLanguages->SetAtGrow(pLanguages->GetSize(), CString(language.data(), static_cast<int>(language.size())));
+  return pLanguages->GetSize() > 0;
+}
+
+bool CTmxParseEngine::CleanLanguages(CStringArray* pLanguages) {
+  if (pLanguages != nullptr) pLanguages->SetSize(0, -1);
+  return true;
+}

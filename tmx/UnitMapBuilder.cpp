@@ -1,0 +1,224 @@
+#include "tmx/UnitMapBuilder.h"
+
+#include <memory>
+
+#include <xercesc/dom/DOMElement.hpp>
+#include <xercesc/dom/DOMMemoryManager.hpp>
+#include <xercesc/dom/DOMNamedNodeMap.hpp>
+
+#include "quillon/TmxParseEngine.h"
+#include "resources/resource.h"
+
+using namespace xercesc;
+
+namespace {
+
+const XMLCh kUnitKeyTag[] = u"TUK";
+
+bool NameIs(const DOMNode* pNode, const XMLCh* pszLowerName) {
+  return AfxCompareNoCase(pNode->getNodeName(), pszLowerName) == 0;
+}
+
+bool IsElementNamed(const DOMNode* pNode, const XMLCh* pszLowerName) {
+  return pNode->getNodeType() == DOMNode::ELEMENT_NODE && NameIs(pNode, pszLowerName);
+}
+
+// The DOM's text content, gathered without recursion so that deep nesting cannot exhaust the
+// stack (and without the parser's own copy, which stays in the document's memory).
+CString TextContent(const DOMNode* pRoot) {
+  switch (pRoot->getNodeType()) {
+    case DOMNode::ELEMENT_NODE:
+    case DOMNode::ENTITY_REFERENCE_NODE:
+    case DOMNode::DOCUMENT_FRAGMENT_NODE:
+      break;
+    default:
+      return CString(pRoot->getNodeValue());
+  }
+  CString text;
+  for (const DOMNode* pNode = pRoot->getFirstChild(); pNode;) {
+    const auto type = pNode->getNodeType();
+    if (type == DOMNode::TEXT_NODE || type == DOMNode::CDATA_SECTION_NODE) text += pNode->getNodeValue();
+    const DOMNode* pChild = type == DOMNode::ELEMENT_NODE || type == DOMNode::ENTITY_REFERENCE_NODE
+                                ? pNode->getFirstChild() : nullptr;
+    if (pChild) {
+      pNode = pChild;
+      continue;
+    }
+    while (pNode != pRoot && pNode->getNextSibling() == nullptr) pNode = pNode->getParentNode();
+    pNode = pNode == pRoot ? nullptr : pNode->getNextSibling();
+  }
+  return text;
+}
+
+// A note's text replaces the kept note unless it is empty.
+void TakeNote(const DOMNode* pNote, CString& strNote) {
+  CString text = TextContent(pNote);
+  if (!text.IsEmpty()) strNote = std::move(text);
+}
+
+// The unit note, two line feeds, then the variant's own note.
+void MergeNotes(CString& strOwnNote, const CString& strUnitNote) {
+  if (strOwnNote.IsEmpty()) {
+    strOwnNote = strUnitNote;
+  } else if (!strUnitNote.IsEmpty()) {
+    CString merged;
+    merged.Format(IDS_NOTE_MERGE, strUnitNote.GetString(), strOwnNote.GetString());
+    strOwnNote = std::move(merged);
+  }
+}
+
+// Each child with a value becomes the text, unless the whole text content contains it and is
+// longer: plain text gives itself, mixed content gives everything inline elements hold too.
+CString WholeSegmentText(const DOMNode* pSeg) {
+  const DOMNode* pFirst = pSeg->getFirstChild();
+  if (pFirst->getNextSibling() == nullptr) return CString(pFirst->getNodeValue());
+  CString segment, content;
+  bool bContentKnown = false;
+  for (const DOMNode* pChild = pFirst; pChild; pChild = pChild->getNextSibling()) {
+    const XMLCh* pszValue = pChild->getNodeValue();
+    if (pszValue == nullptr) continue;
+    segment = pszValue;
+    if (!bContentKnown) {
+      content = TextContent(pSeg);
+      bContentKnown = true;
+    }
+    if (content.Find(segment) >= 0 && content.GetLength() > segment.GetLength()) segment = content;
+  }
+  return segment;
+}
+
+class UnitFiler {
+ public:
+  UnitFiler(DOMDocument& document, TmxUnitMap& map, const UnitBuildRules& rules)
+      : m_map(map), m_rules(rules), m_pKeyCounter(NewKeyCounter(document)) {}
+
+  void FileChain(const TmxNodeList& chain) {
+    for (POSITION pos = chain.GetHeadPosition(); pos;) {
+      DOMNode* pNode = chain.GetNext(pos);
+      if (m_rules.bKeysCountEveryNode) ++*m_pKeyCounter;
+      if (!IsElementNamed(pNode, u"tu")) continue;
+      if (!m_rules.bKeysCountEveryNode) ++*m_pKeyCounter;
+      FileUnit(pNode);
+    }
+  }
+
+ private:
+  // The "TUK" tags point at the counter, so it lives in the document's own memory: a tag read
+  // after the build, for as long as the document exists, still finds it.
+  static int* NewKeyCounter(DOMDocument& document) {
+    auto* pMemory = static_cast<DOMMemoryManager*>(
+        document.getFeature(XMLUni::fgXercescInterfaceDOMMemoryManager, nullptr));
+    return new (pMemory->allocate(sizeof(int))) int(-1);
+  }
+
+  void FileUnit(DOMNode* pUnit) {
+    CString strUnitNote;
+    pUnit->setUserData(kUnitKeyTag, m_pKeyCounter, nullptr);
+    for (DOMNode* pChild = pUnit->getFirstChild(); pChild; pChild = pChild->getNextSibling()) {
+      if (NameIs(pChild, u"note"))
+        TakeNote(pChild, strUnitNote);
+      else if (NameIs(pChild, u"tuv"))
+        FileVariants(pUnit, pChild, strUnitNote);
+    }
+  }
+
+  // Attribute maps come sorted by name, so of lang and xml:lang the later one decides.
+  static const XMLCh* VariantLanguage(const DOMNode* pVariant) {
+    const XMLCh* pszLanguage = nullptr;
+    if (const DOMNamedNodeMap* pAttributes = pVariant->getAttributes()) {
+      const XMLSize_t nAttributes = pAttributes->getLength();
+      for (XMLSize_t i = 0; i < nAttributes; i++) {
+        const DOMNode* pAttribute = pAttributes->item(i);
+        if (NameIs(pAttribute, u"lang") || NameIs(pAttribute, u"xml:lang")) pszLanguage = pAttribute->getNodeValue();
+      }
+    }
+    return pszLanguage;
+  }
+
+  bool Keeps(const XMLCh* pszLanguage) const {
+    if (m_rules.pFirstLanguage == nullptr) return true;
+    return AfxCompareNoCase(pszLanguage, *m_rules.pSecondLanguage) == 0 ||
+           AfxCompareNoCase(pszLanguage, *m_rules.pFirstLanguage) == 0;
+  }
+
+  void FileVariants(DOMNode* pUnit, const DOMNode* pVariant, const CString& strUnitNote) {
+    const XMLCh* pszLanguage = VariantLanguage(pVariant);
+    CString strOwnNote;
+    for (const DOMNode* pChild = pVariant->getFirstChild(); pChild; pChild = pChild->getNextSibling()) {
+      if (NameIs(pChild, u"note"))
+        TakeNote(pChild, strOwnNote);
+      else if (NameIs(pChild, u"seg") && Keeps(pszLanguage))
+        FileSegment(pUnit, pChild, pszLanguage, strOwnNote, strUnitNote);
+    }
+  }
+
+  void FileSegment(DOMNode* pUnit, const DOMNode* pSeg, const XMLCh* pszLanguage, CString& strOwnNote,
+                   const CString& strUnitNote) {
+    CString segment;
+    if (m_rules.bWholeSegmentText) {
+      if (!pSeg->hasChildNodes()) return;
+      segment = WholeSegmentText(pSeg);
+    } else if (const DOMNode* pFirst = pSeg->getFirstChild()) {
+      segment = pFirst->getNodeValue();
+    }
+    MergeNotes(strOwnNote, strUnitNote);
+    auto pTuv = std::make_unique<CTmxTUV>(pszLanguage, segment, strOwnNote);
+    File(*static_cast<const int*>(pUnit->getUserData(kUnitKeyTag)), std::move(pTuv));
+  }
+
+  void File(int key, std::unique_ptr<CTmxTUV> pTuv) {
+    CTmxElementAddressAndTUV* pUnit = nullptr;
+    if (m_map.Lookup(key, pUnit)) {
+      if (pUnit == nullptr) return;  // the host keeps this key empty
+      if (pUnit->m_pTuvList == nullptr) pUnit->m_pTuvList = new TmxTuvList;
+      pUnit->m_pTuvList->Add(pTuv.get());
+      pTuv.release();
+      return;
+    }
+    auto pNewUnit = std::make_unique<CTmxElementAddressAndTUV>();
+    pNewUnit->m_nElementAddress = key;
+    pNewUnit->m_pTuvList = new TmxTuvList;
+    pNewUnit->m_pTuvList->Add(pTuv.release());
+    m_map.SetAt(key, pNewUnit.get());
+    pNewUnit.release();
+  }
+
+  TmxUnitMap& m_map;
+  const UnitBuildRules& m_rules;
+  int* m_pKeyCounter;
+};
+
+}  // namespace
+
+void FileUnits(DOMDocument& document, const TmxNodeList& chain, TmxUnitMap& map, const UnitBuildRules& rules) {
+  UnitFiler(document, map, rules).FileChain(chain);
+}
+
+bool CTmxParseEngine::CreateDataStructures(TmxUnitMap& map) {
+  if (m_pDocument == nullptr) return false;
+  // The first element in document order with exactly this tag name, found without counting
+  // them all.
+  DOMNode* pBody = m_pDocument->getElementsByTagName(u"body")->item(0);
+  if (pBody == nullptr) return false;
+  TmxNodeList chain(10);
+  CollectChildNodes(pBody->getChildNodes(), chain);
+  FileUnits(*m_pDocument, chain, map, {true, true, &m_strFirstLanguage, &m_strSecondLanguage});
+  return true;
+}
+
+bool CTmxParseEngine::CreateMultilingualDataStructures(TmxUnitMap& map) {
+  if (m_pDocument == nullptr) return false;
+  TmxNodeList nodes(10);
+  if (DOMElement* pRoot = m_pDocument->getDocumentElement())
+    for (DOMNode* pChild = pRoot->getFirstChild(); pChild; pChild = pChild->getNextSibling()) nodes.AddTail(pChild);
+  DOMNode* pBody = nullptr;
+  for (POSITION pos = nodes.GetHeadPosition(); pos && !pBody;) {
+    DOMNode* pNode = nodes.GetNext(pos);
+    if (IsElementNamed(pNode, u"body")) pBody = pNode;
+  }
+  nodes.RemoveAll();
+  if (pBody == nullptr) return true;
+  CollectChildNodes(pBody->getChildNodes(), nodes);
+  FileUnits(*m_pDocument, nodes, map, {false, false, nullptr, nullptr});
+  return true;
+}
