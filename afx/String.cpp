@@ -109,9 +109,3 @@ int CString::Find(TCHAR ch, int iStart) const {
   const size_t i = m_str.find(ch, static_cast<size_t>(iStart));
   return i == std::u16string::npos ? -1 : static_cast<int>(i);
 }
-
-CString operator+(const CString& a, const CString& b) {
-  CString result(a);
-  result += b;
-  return result;
-}

@@ -15,7 +15,7 @@ int main(int argc, char** argv) {
   PendingRun pending;
   AddLanguagesCommand(app, pending);
   AddUnitsCommand(app, pending);
-  //AddPackCommands(app, pending);
+  AddPackCommands(app, pending);
 
   try {
     app.parse(argc, argv);

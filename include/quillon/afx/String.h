@@ -56,7 +56,11 @@ class AFX_CORE_API CString {
   friend bool operator==(const CString& a, const CString& b) { return a.m_str == b.m_str; }
   friend bool operator==(const CString& a, LPCTSTR b) { return a.Compare(b) == 0; }
   friend bool operator<(const CString& a, const CString& b) { return a.m_str < b.m_str; }
-  friend CString operator+(const CString& a, const CString& b);
+  friend CString operator+(const CString& a, const CString& b) {
+    CString result(a);
+    result += b;
+    return result;
+  }
 
  private:
   std::u16string m_str;

@@ -1,0 +1,282 @@
+// CGenXMLInterface: the size walk, the packed image byte for byte, and the object's life.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <random>
+
+#include <xercesc/sax/SAXParseException.hpp>
+
+#include "quillon/GenXMLInterface.h"
+#include "quillon/PackedImage.h"
+
+namespace {
+
+using quillon::PackedRecord;
+
+std::string WriteFile(const std::string& text) {
+  static int nFile = 0;  // ctest runs tests in parallel processes: names carry the test's
+  const std::string path = testing::TempDir() + "quillon_" +
+                           testing::UnitTest::GetInstance()->current_test_info()->name() + "_" +
+                           std::to_string(nFile++) + ".xml";
+  std::ofstream(path, std::ios::binary) << text;
+  return path;
+}
+
+struct Packed {
+  int nodes = 0;
+  int size = 0;
+  std::vector<unsigned char> image;  // exactly the bytes written
+  quillon::PackedImage read;
+};
+
+Packed Pack(CGenXMLInterface& xml) {
+  Packed p;
+  p.nodes = xml.PreParseForSize(p.size);
+  std::vector<unsigned char> buffer(static_cast<size_t>(p.size) + 64, 0xCD);
+  EXPECT_TRUE(xml.ParseFileAndPackToMemory(buffer.data()));
+  p.read = quillon::ReadPackedImage(buffer.data(), buffer.size(), static_cast<size_t>(p.nodes));
+  p.image.assign(buffer.begin(), buffer.begin() + static_cast<long>(p.read.length));
+  return p;
+}
+
+Packed Pack(const std::string& text) {
+  CGenXMLInterface xml(CString(WriteFile(text).c_str()), 0, CString());
+  return Pack(xml);
+}
+
+std::u16string U(const char* s) { return std::u16string(CA2W(s).str()); }
+
+const char kWorkedExample[] = R"(<?xml version="1.0" encoding="UTF-8"?><a x="1"><b/></a>)";
+
+TEST(SizeWalkTest, WorkedFiguresAndTheSpareBytesOverTheImage) {
+  const struct { const char* xml; int nodes; int size; size_t image; } cases[] = {
+      {R"(<?xml version="1.0"?><a/>)", 3, 146, 140},
+      {R"(<?xml version="1.0" encoding="UTF-8"?><a/>)", 3, 190, 184},
+      {kWorkedExample, 5, 240, 230},
+      {R"(<?xml version="1.0" standalone="yes"?><a/>)", 3, 146 + 38, 140 + 36},
+  };
+  for (const auto& c : cases) {
+    const Packed p = Pack(c.xml);
+    EXPECT_EQ(p.nodes, c.nodes) << c.xml;
+    EXPECT_EQ(p.size, c.size) << c.xml;
+    EXPECT_EQ(p.image.size(), c.image) << c.xml;
+  }
+}
+
+TEST(SizeWalkTest, CommentOf256UnitsAndEntityReferenceAndDefaultedAttribute) {
+  const Packed base = Pack("<a/>");
+  const Packed comment = Pack("<a><!--" + std::string(256, 'c') + "--></a>");
+  EXPECT_EQ(comment.size - base.size, 18 + 532);
+  EXPECT_EQ(comment.read.records[3].value, std::u16string(256, u'c'));
+
+  const Packed entity = Pack(R"(<!DOCTYPE a [<!ENTITY h "hi">]><a>&h;</a>)");
+  const Packed plain = Pack(R"(<!DOCTYPE a [<!ENTITY h "hi">]><a></a>)");
+  EXPECT_EQ(entity.size - plain.size, 18 + 14);
+
+  const Packed defaulted = Pack(R"(<!DOCTYPE a [<!ATTLIST a d CDATA "x">]><a p="1" q="2"/>)");
+  const Packed bare = Pack(R"(<!DOCTYPE a [<!ATTLIST a d CDATA "x">]><a/>)");
+  EXPECT_EQ(defaulted.nodes - bare.nodes, 2);
+}
+
+TEST(ImageTest, WorkedExampleIsByteExact) {
+  std::vector<unsigned char> expected;
+  auto text = [&](const std::u16string& s) {
+    for (char16_t c : s) expected.insert(expected.end(), {static_cast<unsigned char>(c), static_cast<unsigned char>(c >> 8)});
+    expected.insert(expected.end(), {0, 0});
+  };
+  auto record = [&](const char* name, const char* value, uint32_t index, int32_t depth, bool hasChildren) {
+    text(U(name));
+    text(U(value));
+    for (uint32_t n : {index, static_cast<uint32_t>(depth)})
+      for (int i = 0; i < 4; i++) expected.push_back(static_cast<unsigned char>(n >> (8 * i)));
+    expected.insert(expected.end(), {0, static_cast<unsigned char>(hasChildren), 0, 0, 0, 0, 0, 0});
+  };
+  text(u"UTF-8");
+  record("#document", "", 0, 0, true);
+  record("#xmldecl", R"(<?xml version="1.0" encoding="UTF-8"?>)", 1, 0, true);
+  record("a", "", 2, 1, true);
+  record("x", "1", 3, -1, true);
+  record("b", "", 4, 2, false);
+  ASSERT_EQ(expected.size(), 230u);
+  EXPECT_EQ(Pack(kWorkedExample).image, expected);
+}
+
+TEST(ImageTest, DeclarationRecordIsAlwaysSecondAndReflectsTheDeclaration) {
+  const struct { const char* xml; const char* encoding; const char* decl; } cases[] = {
+      {"<a/>", "", R"(<?xml version=""?>)"},
+      {R"(<?xml version="1.0" standalone="yes"?><a/>)", "", R"(<?xml version="1.0" standalone="true"?>)"},
+      {R"(<?xml version="1.0" standalone="no"?><a/>)", "", R"(<?xml version="1.0"?>)"},
+      {R"(<?xml version="1.1" encoding="ISO-8859-1"?><a/>)", "ISO-8859-1",
+       R"(<?xml version="1.1" encoding="ISO-8859-1"?>)"},
+  };
+  for (const auto& c : cases) {
+    const Packed p = Pack(c.xml);
+    EXPECT_EQ(p.read.encoding, U(c.encoding)) << c.xml;
+    EXPECT_EQ(p.read.records[1].name, u"#xmldecl");
+    EXPECT_EQ(p.read.records[1].value, U(c.decl)) << c.xml;
+  }
+}
+
+TEST(ImageTest, RecordKindsNamesValuesAndFlags) {
+  const Packed p = Pack(
+      "<!DOCTYPE r PUBLIC \"-//Q//P\" \"r.dtd\" [<!ENTITY t \"hi\"><!ENTITY e \"<i>x</i>\"><!ENTITY z \"\">"
+      "<!ATTLIST r d CDATA \"x\">]>"
+      "<r a=\"1\"><?pi data?><![CDATA[<c>]]><!--note-->&t;&e;&z;<n/><w>\n</w><s>\u00a0</s></r>");
+  std::vector<std::string> got;
+  for (const auto& r : p.read.records) {
+    std::string flags;
+    for (uint8_t f : r.flags) flags += static_cast<char>('0' + f);
+    got.push_back(CW2A(r.name.c_str()).str() + "|" + CW2A(r.value.c_str()).str() + "|" + std::to_string(r.depth) + "|" + flags);
+  }
+  const std::vector<std::string> expected = {
+      "#document||0|01000000",
+      "#xmldecl|<?xml version=\"\"?>|0|01000000",
+      "#XmlDocTypeNode|r\x04r.dtd\x03-//Q//P\x04<!ENTITY t \"hi\"><!ENTITY e \"<i>x</i>\"><!ENTITY z \"\">"
+      "<!ATTLIST r d CDATA \"x\">|1|01000000",
+      "r||1|01000000",
+      "a|1|-1|01000000",
+      "pi|data|2|01100000",
+      "#cdata-section|<c>|2|01010000",
+      "#comment|note|2|01000000",
+      "&t;|hi|2|01001000",
+      "&e;|i|2|01000100",
+      "&z;||2|01000000",
+      "n||2|00000000",
+      "w||2|01000000",
+      "#text|\n|3|11000000",
+      "s||2|01000000",
+      "#text|\u00a0|3|01000000",
+  };
+  EXPECT_EQ(got, expected);
+  EXPECT_GE(static_cast<size_t>(p.size), p.image.size());
+}
+
+// PreservedText of every text record with content, in document order.
+std::vector<int> PreservedTexts(const Packed& p) {
+  std::vector<int> marks;
+  for (const auto& r : p.read.records)
+    if (r.name == u"#text" && !r.flags[PackedRecord::IsWhitespaceText]) marks.push_back(r.flags[PackedRecord::PreservedText]);
+  return marks;
+}
+
+TEST(PreserveSpaceTest, FirstTextWithContentAfterPreserveIsMarkedWhereverItIs) {
+  const struct { const char* xml; std::vector<int> marks; } cases[] = {
+      {R"(<r><p xml:space="preserve"> <b/>kept</p>next</r>)", {1, 0}},
+      {R"(<r><p xml:space="preserve"> </p><q>sibling</q>after</r>)", {1, 0}},
+      {R"(<r><p xml:space="Preserve">x</p><p XML:SPACE="preserve">y</p></r>)", {0, 0}},
+  };
+  for (const auto& c : cases) EXPECT_EQ(PreservedTexts(Pack(c.xml)), c.marks) << c.xml;
+  for (const auto& r : Pack(cases[0].xml).read.records)
+    if (r.name != u"#text") EXPECT_EQ(r.flags[PackedRecord::PreservedText], 0);
+}
+
+TEST(PreserveSpaceTest, StateAndRecordIndexCarryIntoASecondRun) {
+  CGenXMLInterface xml(CString(WriteFile(R"(<r>x<p xml:space="preserve"> </p></r>)").c_str()), 0, CString());
+  const Packed first = Pack(xml);
+  std::vector<unsigned char> buffer(static_cast<size_t>(first.size));
+  ASSERT_TRUE(xml.ParseFileAndPackToMemory(buffer.data()));
+  const auto second = quillon::ReadPackedImage(buffer.data(), buffer.size(), static_cast<size_t>(first.nodes));
+  EXPECT_EQ(second.records[0].index, static_cast<uint32_t>(first.nodes));
+  EXPECT_EQ(first.read.records[3].flags[PackedRecord::PreservedText], 0);  // "x", before the state
+  EXPECT_EQ(second.records[3].flags[PackedRecord::PreservedText], 1);       // the state survived
+}
+
+// Documents of many shapes: the size covers the image, and by exactly the spare bytes.
+TEST(SizeWalkTest, SizeExceedsTheImageByTheSpareBytesForManyDocuments) {
+  std::mt19937 random(7);
+  auto pick = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+  for (int nDocument = 0; nDocument < 60; nDocument++) {
+    const bool bStandalone = pick(2);
+    std::string xml = std::string("<?xml version=\"1.0\"") + (pick(2) ? " encoding=\"UTF-8\"" : "") +
+                      (bStandalone ? " standalone=\"yes\"" : "") + "?>";
+    xml += "<!DOCTYPE r [<!ENTITY t \"text\">]><r>";
+    int nOpen = 0;
+    for (int i = pick(40); i > 0; i--) {
+      switch (pick(8)) {
+        case 0: xml += "<e k=\"v" + std::to_string(i) + "\" xml:space=\"preserve\">", nOpen++; break;
+        case 1: if (nOpen) xml += "</e>", nOpen--; break;
+        case 2: xml += " \n\t"; break;
+        case 3: xml += "w\u00e9rd" + std::string(pick(300), 'x'); break;
+        case 4: xml += "<!--" + std::string(pick(600), 'c') + "-->"; break;
+        case 5: xml += "<?p d" + std::to_string(i) + "?>"; break;
+        case 6: xml += "<![CDATA[" + std::string(pick(5), '<') + "]]>"; break;
+        default: xml += "&t;"; break;
+      }
+    }
+    for (; nOpen; nOpen--) xml += "</e>";
+    xml += "</r>";
+    const Packed p = Pack(xml);
+    ASSERT_EQ(p.read.records.size(), static_cast<size_t>(p.nodes)) << xml;
+    EXPECT_EQ(static_cast<size_t>(p.size) - p.image.size(), 4u + 2u * (p.nodes - 2) + (bStandalone ? 2u : 0u)) << xml;
+  }
+}
+
+TEST(ObjectTest, CountsGrowAcrossCallsAndAddOneAddsANode) {
+  const std::string path = WriteFile(kWorkedExample);
+  CGenXMLInterface xml(CString(path.c_str()), 42, CString(u"ignored"));
+  EXPECT_EQ(xml.GetNodeCount(), 0);
+  EXPECT_EQ(xml.QueryValidator(nullptr), u"NULL");
+  xml.AddOneToNodeCount();
+  int nSize = 0;
+  EXPECT_EQ(xml.PreParseForSize(nSize), 6);
+  EXPECT_EQ(nSize, 258);
+  EXPECT_EQ(xml.PreParseForSize(nSize), 11);
+  EXPECT_EQ(nSize, 498);
+}
+
+TEST(ObjectTest, CopiesShareTheParsedDocumentAndDieInAnyOrder) {
+  auto* pSource = new CGenXMLInterface(CString(WriteFile(kWorkedExample).c_str()), 0, CString());
+  int nSize = 0;
+  pSource->PreParseForSize(nSize);
+  CGenXMLInterface copy(*pSource);
+  CGenXMLInterface assigned(CString(WriteFile("<other/>").c_str()), 0, CString());
+  assigned = copy;
+  assigned = assigned;
+  delete pSource;
+  EXPECT_EQ(copy.GetNodeCount(), 5);
+  std::vector<unsigned char> buffer(static_cast<size_t>(nSize));
+  EXPECT_TRUE(assigned.ParseFileAndPackToMemory(buffer.data()));
+  EXPECT_EQ(quillon::ReadPackedImage(buffer.data(), buffer.size(), 5).records[2].name, u"a");
+}
+
+TEST(FailureTest, ParseErrorsRaiseAndLeaveSizeAndCountsAlone) {
+  for (const std::string& path : {std::string("/no/such/file.xml"), WriteFile("<a><b></a>")}) {
+    CGenXMLInterface xml(CString(path.c_str()), 0, CString());
+    int nSize = -7;
+    EXPECT_THROW(xml.PreParseForSize(nSize), xercesc::SAXParseException) << path;
+    EXPECT_EQ(nSize, -7);
+    EXPECT_EQ(xml.GetNodeCount(), 0);
+    unsigned char buffer[4] = {9, 9, 9, 9};
+    EXPECT_FALSE(xml.ParseFileAndPackToMemory(buffer));
+    EXPECT_EQ(buffer[0], 9);
+  }
+}
+
+TEST(FailureTest, ExternalDtdIsNotRead) {
+  EXPECT_EQ(Pack(R"(<!DOCTYPE a SYSTEM "absent.dtd"><a/>)").nodes, 4);
+}
+
+TEST(FailureTest, SizeThatWouldReachTwoGibibytesRaisesTheMemoryException) {
+  CGenXMLInterface xml(CString(WriteFile("<a/>").c_str()), 0, CString());
+  for (int i = 0; i < 119304647; i++) xml.AddOneToNodeCount();  // 18 x this is just below 2^31
+  int nSize = -1;
+  try {
+    xml.PreParseForSize(nSize);
+    ADD_FAILURE() << "no exception";
+  } catch (CMemoryException* e) {
+    e->Delete();
+  }
+  EXPECT_EQ(nSize, -1);
+}
+
+TEST(FailureTest, DeeplyNestedDocumentIsWalkedWithoutExhaustingTheStack) {
+  const int nDepth = 200000;
+  std::string xml;
+  for (int i = 0; i < nDepth; i++) xml += "<e>";
+  for (int i = 0; i < nDepth; i++) xml += "</e>";
+  const Packed p = Pack(xml);
+  EXPECT_EQ(p.nodes, nDepth + 2);
+  EXPECT_EQ(p.read.records.back().depth, nDepth);
+}
+
+}  // namespace

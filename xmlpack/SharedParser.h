@@ -1,0 +1,34 @@
+// The parser of a CGenXMLInterface and of its copies. It counts the objects that refer to it
+// and deletes itself with the last, so copies share one parser and one document.
+//
+// It is also its own error handler: without one, this parser version returns normally from a
+// parse that hit a fatal error, where the object relies on the parse raising. Fatal errors are
+// raised; errors below fatal and warnings are ignored, as they would be without a handler.
+#pragma once
+
+#include <xercesc/parsers/XercesDOMParser.hpp>
+#include <xercesc/sax/ErrorHandler.hpp>
+#include <xercesc/sax/SAXParseException.hpp>
+
+class CSharedDOMParser : public xercesc::XercesDOMParser, private xercesc::ErrorHandler {
+ public:
+  CSharedDOMParser() : XercesDOMParser(nullptr, xercesc::XMLPlatformUtils::fgMemoryManager, nullptr) {
+    setErrorHandler(this);
+  }
+  void AddRef() { ++m_nRefs; }
+  void Release() {
+    if (--m_nRefs == 0) delete this;
+  }
+
+ private:
+  void warning(const xercesc::SAXParseException&) override {}
+  void error(const xercesc::SAXParseException&) override {}
+  void fatalError(const xercesc::SAXParseException& e) override { throw e; }
+  void resetErrors() override {}
+
+  int m_nRefs = 1;
+};
+
+inline CSharedDOMParser* Shared(xercesc::XercesDOMParser* pParser) {
+  return static_cast<CSharedDOMParser*>(pParser);
+}
