@@ -7,9 +7,11 @@
 
 #include <CLI/CLI.hpp>
 
+#include "cli/Output.h"
+
 struct PendingRun {
   std::string input;            // the path as given, or "-" for standard input
-  std::function<std::string()> run;  // returns what goes to stdout; throws on failure
+  std::function<void(Output&)> run;  // throws on failure, before writing anything
 };
 
 void AddLanguagesCommand(CLI::App& app, PendingRun& pending);

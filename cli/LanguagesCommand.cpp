@@ -11,18 +11,17 @@ struct LanguagesOptions {
   bool bJson = false;
 };
 
-std::string RunLanguages(const LanguagesOptions& options) {
+void RunLanguages(const LanguagesOptions& options, Output& out) {
   TmxInput input(options.source);
   CStringArray languages;
   const bool bResult = input.Engine().SearchTmxForLanguages(&languages);
   if (!options.bJson) {
-    std::string text;
-    for (INT_PTR i = 0; i < languages.GetSize(); i++) text += Utf8(languages[i]) + "\n";
-    return text;
+    for (INT_PTR i = 0; i < languages.GetSize(); i++) out << Utf8(languages[i]) << "\n";
+    return;
   }
   nlohmann::ordered_json json = {{"result", bResult}, {"languages", nlohmann::ordered_json::array()}};
   for (INT_PTR i = 0; i < languages.GetSize(); i++) json["languages"].push_back(Utf8(languages[i]));
-  return json.dump() + "\n";
+  out << json.dump() << "\n";
 }
 
 }  // namespace
@@ -34,6 +33,6 @@ void AddLanguagesCommand(CLI::App& app, PendingRun& pending) {
   cmd->add_option("SOURCE", options->source, "TMX file, or - for standard input")->required();
   cmd->callback([options, &pending] {
     pending.input = options->source;
-    pending.run = [options] { return RunLanguages(*options); };
+    pending.run = [options](Output& out) { RunLanguages(*options, out); };
   });
 }

@@ -18,17 +18,17 @@ struct PackOptions {
   bool bJson = false;
 };
 
-std::string Utf8(const std::u16string& text) { return CW2A(text.c_str(), text.size(), CP_UTF8).str(); }
-
-std::string RunSize(const PackOptions& options) {
+void RunSize(const PackOptions& options, Output& out) {
   CGenXMLInterface xml(CString(options.input.c_str()), 0, CString());
   int nSize = 0;
   const int nNodes = xml.PreParseForSize(nSize);
-  if (options.bJson) return nlohmann::ordered_json{{"nodes", nNodes}, {"size", nSize}}.dump() + "\n";
-  return std::to_string(nNodes) + " nodes, " + std::to_string(nSize) + " bytes\n";
+  if (options.bJson)
+    out << nlohmann::ordered_json{{"nodes", nNodes}, {"size", nSize}}.dump() << "\n";
+  else
+    out << nNodes << " nodes, " << nSize << " bytes\n";
 }
 
-std::string RunPack(const PackOptions& options) {
+void RunPack(const PackOptions& options, Output& out) {
   CGenXMLInterface xml(CString(options.input.c_str()), 0, CString());
   int nSize = 0;
   const int nNodes = xml.PreParseForSize(nSize);
@@ -36,12 +36,14 @@ std::string RunPack(const PackOptions& options) {
   if (!xml.ParseFileAndPackToMemory(buffer.data())) throw std::runtime_error("nothing to pack");
   // The image carries no length: reading the records that were counted gives it.
   buffer.resize(quillon::ReadPackedImage(buffer.data(), buffer.size(), static_cast<size_t>(nNodes)).length);
-  std::string image(buffer.begin(), buffer.end());
-  if (options.output.empty()) return image;
-  std::ofstream out(options.output, std::ios::binary);
-  if (!out.write(image.data(), static_cast<std::streamsize>(image.size())) || !out.flush())
+  const auto* pImage = reinterpret_cast<const char*>(buffer.data());
+  if (options.output.empty()) {
+    out.Raw(pImage, buffer.size());
+    return;
+  }
+  std::ofstream file(options.output, std::ios::binary);
+  if (!file.write(pImage, static_cast<std::streamsize>(buffer.size())) || !file.flush())
     throw std::runtime_error("cannot write " + options.output);
-  return {};
 }
 
 std::string ReadImageFile(const std::string& path) {
@@ -54,59 +56,51 @@ std::string ReadImageFile(const std::string& path) {
   return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
-// Quotes a value for the text dump: one record stays one line.
-std::string Quoted(const std::u16string& value) {
-  std::string text = "\"";
-  for (char c : Utf8(value)) {
-    if (c == '"' || c == '\\') text += {'\\', c};
-    else if (c == '\n') text += "\\n";
-    else if (c == '\t') text += "\\t";
-    else if (static_cast<unsigned char>(c) < 0x20) {
-      char escaped[8];
-      std::snprintf(escaped, sizeof escaped, "\\x%02X", c);
-      text += escaped;
-    } else text += c;
-  }
-  return text + "\"";
-}
-
-std::string RenderText(const quillon::PackedImage& image) {
-  std::string text = "encoding " + Quoted(image.encoding) + "\n";
+void RenderText(const quillon::PackedImage& image, Output& out) {
+  out << "encoding ";
+  out.Json(image.encoding.c_str(), image.encoding.size()) << "\n";
   int nElementDepth = 0;  // attributes carry depth -1: indent them under their element
   for (const auto& record : image.records) {
     if (record.depth >= 0) nElementDepth = record.depth;
     const int nIndent = record.depth >= 0 ? record.depth : nElementDepth + 1;
-    text += std::string(2 * static_cast<size_t>(nIndent), ' ') + std::to_string(record.index) + " " +
-            (record.depth < 0 ? "@" : "") + Utf8(record.name);
-    if (!record.value.empty()) text += " = " + Quoted(record.value);
+    out << std::string(2 * static_cast<size_t>(nIndent), ' ') << static_cast<long long>(record.index)
+        << (record.depth < 0 ? " @" : " ");
+    out.Json(record.name.c_str(), record.name.size());
+    if (!record.value.empty()) {
+      out << " = ";
+      out.Json(record.value.c_str(), record.value.size());
+    }
     std::string flags;
     for (int i = 0; i < 8; i++)
       if (record.flags[i]) flags += std::string(flags.empty() ? "" : " ") + quillon::PackedRecord::kFlagNames[i];
-    if (!flags.empty()) text += " [" + flags + "]";
-    text += "\n";
+    if (!flags.empty()) out << " [" << flags << "]";
+    out << "\n";
   }
-  return text;
 }
 
-std::string RenderJson(const quillon::PackedImage& image) {
-  nlohmann::ordered_json records = nlohmann::ordered_json::array();
-  for (const auto& record : image.records)
-    records.push_back({{"name", Utf8(record.name)},
-                       {"value", Utf8(record.value)},
-                       {"index", record.index},
-                       {"depth", record.depth},
-                       {"flags", std::vector<int>(record.flags, record.flags + 8)}});
-  return nlohmann::ordered_json{{"encoding", Utf8(image.encoding)}, {"records", std::move(records)}}.dump() + "\n";
+void RenderJson(const quillon::PackedImage& image, Output& out) {
+  out << "{\"encoding\":";
+  out.Json(image.encoding.c_str(), image.encoding.size()) << ",\"records\":[";
+  for (size_t i = 0; i < image.records.size(); i++) {
+    const auto& record = image.records[i];
+    out << (i ? ",{\"name\":" : "{\"name\":");
+    out.Json(record.name.c_str(), record.name.size()) << ",\"value\":";
+    out.Json(record.value.c_str(), record.value.size()) << ",\"index\":" << static_cast<long long>(record.index)
+        << ",\"depth\":" << static_cast<long long>(record.depth) << ",\"flags\":[";
+    for (int f = 0; f < 8; f++) out << (f ? "," : "") << static_cast<long long>(record.flags[f]);
+    out << "]}";
+  }
+  out << "]}\n";
 }
 
-std::string RunDump(const PackOptions& options) {
+void RunDump(const PackOptions& options, Output& out) {
   const std::string bytes = ReadImageFile(options.input);
   const auto image = quillon::ReadPackedImage(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
-  return options.bJson ? RenderJson(image) : RenderText(image);
+  options.bJson ? RenderJson(image, out) : RenderText(image, out);
 }
 
 void AddCommand(CLI::App& app, PendingRun& pending, const char* name, const char* description,
-                std::string (*run)(const PackOptions&), bool bJson, bool bOutput, const char* inputHelp) {
+                void (*run)(const PackOptions&, Output&), bool bJson, bool bOutput, const char* inputHelp) {
   auto options = std::make_shared<PackOptions>();
   CLI::App* cmd = app.add_subcommand(name, description);
   if (bJson) cmd->add_flag("--json", options->bJson, "Print one JSON object");
@@ -114,7 +108,7 @@ void AddCommand(CLI::App& app, PendingRun& pending, const char* name, const char
   cmd->add_option(name == std::string("dump") ? "IMAGE" : "XML", options->input, inputHelp)->required();
   cmd->callback([options, run, &pending] {
     pending.input = options->input;
-    pending.run = [options, run] { return run(*options); };
+    pending.run = [options, run](Output& out) { run(*options, out); };
   });
 }
 

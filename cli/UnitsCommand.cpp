@@ -1,8 +1,6 @@
 // quillon units [--pair FIRST SECOND | --all] [--json] SOURCE
 #include <memory>
 
-#include <nlohmann/json.hpp>
-
 #include "cli/Command.h"
 #include "cli/TmxInput.h"
 
@@ -15,56 +13,36 @@ struct UnitsOptions {
   bool bJson = false;
 };
 
-// Backslash, tab and line feed inside a field, written so that one variant stays one line.
-std::string Escaped(const CString& field) {
-  std::string text;
-  for (char c : Utf8(field)) {
-    if (c == '\\') text += "\\\\";
-    else if (c == '\t') text += "\\t";
-    else if (c == '\n') text += "\\n";
-    else text += c;
-  }
-  return text;
-}
-
-// Units in the map's own iteration order, each with its variants in list order.
-template <class Visit>
-void ForEachVariant(TmxUnitMap& map, Visit visit) {
+// The map's own iteration order, each unit with its variants in list order.
+void Render(TmxUnitMap& map, bool bResult, bool bJson, Output& out) {
+  if (bJson) out << "{\"result\":" << (bResult ? "true" : "false") << ",\"units\":[";
   for (POSITION pos = map.GetStartPosition(); pos;) {
     int key;
     CTmxElementAddressAndTUV* pUnit;
     map.GetNextAssoc(pos, key, pUnit);
-    visit(key, nullptr);
-    if (pUnit == nullptr || pUnit->m_pTuvList == nullptr) continue;
-    for (INT_PTR i = 0; i < pUnit->m_pTuvList->GetSize(); i++) visit(key, (*pUnit->m_pTuvList)[i]);
-  }
-}
-
-std::string Render(TmxUnitMap& map, bool bResult, bool bJson) {
-  if (!bJson) {
-    std::string text;
-    ForEachVariant(map, [&](int key, const CTmxTUV* pTuv) {
-      if (pTuv == nullptr) return;
-      text += std::to_string(key) + "\t" + Escaped(pTuv->m_strLanguage) + "\t" + Escaped(pTuv->m_strSegment) +
-              "\t" + Escaped(pTuv->m_strNote) + "\n";
-    });
-    return text;
-  }
-  nlohmann::ordered_json units = nlohmann::ordered_json::array();
-  ForEachVariant(map, [&](int key, const CTmxTUV* pTuv) {
-    if (pTuv == nullptr) {
-      units.push_back({{"key", key}, {"variants", nlohmann::ordered_json::array()}});
-      return;
+    const TmxTuvList* pList = pUnit ? pUnit->m_pTuvList : nullptr;
+    const INT_PTR nVariants = pList ? pList->GetSize() : 0;
+    if (bJson) out << "{\"key\":" << key << ",\"variants\":[";
+    for (INT_PTR i = 0; i < nVariants; i++) {
+      const CTmxTUV& tuv = *(*pList)[i];
+      if (bJson) {
+        out << (i ? ",{\"language\":" : "{\"language\":") ;
+        out.Json(tuv.m_strLanguage) << ",\"segment\":";
+        out.Json(tuv.m_strSegment) << ",\"note\":";
+        out.Json(tuv.m_strNote) << "}";
+      } else {
+        out << key << "\t";
+        out.Field(tuv.m_strLanguage) << "\t";
+        out.Field(tuv.m_strSegment) << "\t";
+        out.Field(tuv.m_strNote) << "\n";
+      }
     }
-    units.back()["variants"].push_back({{"language", Utf8(pTuv->m_strLanguage)},
-                                        {"segment", Utf8(pTuv->m_strSegment)},
-                                        {"note", Utf8(pTuv->m_strNote)}});
-  });
-  nlohmann::ordered_json json = {{"result", bResult}, {"units", std::move(units)}};
-  return json.dump() + "\n";
+    if (bJson) out << (pos ? "]}," : "]}");
+  }
+  if (bJson) out << "]}\n";
 }
 
-std::string RunUnits(const UnitsOptions& options) {
+void RunUnits(const UnitsOptions& options, Output& out) {
   TmxInput input(options.source);
   CTmxParseEngine& engine = input.Engine();
   engine.SearchTmxForLanguages(nullptr);
@@ -85,7 +63,7 @@ std::string RunUnits(const UnitsOptions& options) {
   } else {
     bResult = engine.CreateMultilingualDataStructures(*pMap);
   }
-  return Render(*pMap, bResult, options.bJson);
+  Render(*pMap, bResult, options.bJson, out);
 }
 
 }  // namespace
@@ -100,6 +78,6 @@ void AddUnitsCommand(CLI::App& app, PendingRun& pending) {
   cmd->add_option("SOURCE", options->source, "TMX file, or - for standard input")->required();
   cmd->callback([options, &pending] {
     pending.input = options->source;
-    pending.run = [options] { return RunUnits(*options); };
+    pending.run = [options](Output& out) { RunUnits(*options, out); };
   });
 }

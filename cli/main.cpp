@@ -25,13 +25,12 @@ int main(int argc, char** argv) {
     app.exit(e);
     return 2;
   }
-  std::string output;
   try {
-    output = pending.run();
+    Output out(stdout);
+    pending.run(out);
   } catch (...) {
     ReportCurrentException(DisplayName(pending.input));
     return 1;
   }
-  std::fwrite(output.data(), 1, output.size(), stdout);
   return 0;
 }

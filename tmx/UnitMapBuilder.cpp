@@ -3,17 +3,16 @@
 #include <memory>
 
 #include <xercesc/dom/DOMElement.hpp>
-#include <xercesc/dom/DOMMemoryManager.hpp>
 #include <xercesc/dom/DOMNamedNodeMap.hpp>
 
 #include "quillon/TmxParseEngine.h"
 #include "resources/resource.h"
+#include "tmx/DomText.h"
+#include "tmx/UnitTags.h"
 
 using namespace xercesc;
 
 namespace {
-
-const XMLCh kUnitKeyTag[] = u"TUK";
 
 bool NameIs(const DOMNode* pNode, const XMLCh* pszLowerName) {
   return AfxCompareNoCase(pNode->getNodeName(), pszLowerName) == 0;
@@ -21,33 +20,6 @@ bool NameIs(const DOMNode* pNode, const XMLCh* pszLowerName) {
 
 bool IsElementNamed(const DOMNode* pNode, const XMLCh* pszLowerName) {
   return pNode->getNodeType() == DOMNode::ELEMENT_NODE && NameIs(pNode, pszLowerName);
-}
-
-// The DOM's text content, gathered without recursion so that deep nesting cannot exhaust the
-// stack (and without the parser's own copy, which stays in the document's memory).
-CString TextContent(const DOMNode* pRoot) {
-  switch (pRoot->getNodeType()) {
-    case DOMNode::ELEMENT_NODE:
-    case DOMNode::ENTITY_REFERENCE_NODE:
-    case DOMNode::DOCUMENT_FRAGMENT_NODE:
-      break;
-    default:
-      return CString(pRoot->getNodeValue());
-  }
-  CString text;
-  for (const DOMNode* pNode = pRoot->getFirstChild(); pNode;) {
-    const auto type = pNode->getNodeType();
-    if (type == DOMNode::TEXT_NODE || type == DOMNode::CDATA_SECTION_NODE) text += pNode->getNodeValue();
-    const DOMNode* pChild = type == DOMNode::ELEMENT_NODE || type == DOMNode::ENTITY_REFERENCE_NODE
-                                ? pNode->getFirstChild() : nullptr;
-    if (pChild) {
-      pNode = pChild;
-      continue;
-    }
-    while (pNode != pRoot && pNode->getNextSibling() == nullptr) pNode = pNode->getParentNode();
-    pNode = pNode == pRoot ? nullptr : pNode->getNextSibling();
-  }
-  return text;
 }
 
 // A note's text replaces the kept note unless it is empty.
@@ -90,7 +62,7 @@ CString WholeSegmentText(const DOMNode* pSeg) {
 class UnitFiler {
  public:
   UnitFiler(DOMDocument& document, TmxUnitMap& map, const UnitBuildRules& rules)
-      : m_map(map), m_rules(rules), m_pKeyCounter(NewKeyCounter(document)) {}
+      : m_map(map), m_rules(rules), m_pKeyCounter(NewUnitKeyCounter(document)) {}
 
   void FileChain(const TmxNodeList& chain) {
     for (POSITION pos = chain.GetHeadPosition(); pos;) {
@@ -103,14 +75,6 @@ class UnitFiler {
   }
 
  private:
-  // The "TUK" tags point at the counter, so it lives in the document's own memory: a tag read
-  // after the build, for as long as the document exists, still finds it.
-  static int* NewKeyCounter(DOMDocument& document) {
-    auto* pMemory = static_cast<DOMMemoryManager*>(
-        document.getFeature(XMLUni::fgXercescInterfaceDOMMemoryManager, nullptr));
-    return new (pMemory->allocate(sizeof(int))) int(-1);
-  }
-
   void FileUnit(DOMNode* pUnit) {
     CString strUnitNote;
     pUnit->setUserData(kUnitKeyTag, m_pKeyCounter, nullptr);
@@ -129,7 +93,7 @@ class UnitFiler {
       const XMLSize_t nAttributes = pAttributes->getLength();
       for (XMLSize_t i = 0; i < nAttributes; i++) {
         const DOMNode* pAttribute = pAttributes->item(i);
-        if (NameIs(pAttribute, u"lang") || NameIs(pAttribute, u"xml:lang")) pszLanguage = pAttribute->getNodeValue();
+        if (NameIs(pAttribute, u"lang") || NameIs(pAttribute, u"xml:lang")) pszLanguage = AttributeValue(pAttribute);
       }
     }
     return pszLanguage;

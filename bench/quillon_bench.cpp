@@ -1,0 +1,210 @@
+// quillon_bench: wall time and peak resident memory of each operation, each run in a process of
+// its own, as ratios to a bare DOM parse of the same file, for generated TMX files of several
+// sizes; then how each operation grows from one size to the next.
+//
+//   quillon_bench [--data DIR] [--units 30000,300000,900000] [--reps N]
+//   quillon_bench --peers [--data DIR] [--units 300000] [--quillon PATH] [--peer SCRIPT]
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fcntl.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <xercesc/framework/LocalFileInputSource.hpp>
+#include <xercesc/parsers/XercesDOMParser.hpp>
+
+#include "bench/TmxGenerator.h"
+#include "quillon/GenXMLInterface.h"
+#include "quillon/TmxParseEngine.h"
+
+using namespace xercesc;
+
+namespace {
+
+struct Measure {
+  double seconds = 1e30;
+  double peakMiB = 0;
+};
+
+// Runs work in a child process and measures it from outside: wall time and the child's peak RSS.
+Measure RunInChild(const std::function<void()>& work, int nReps) {
+  Measure best;
+  for (int rep = 0; rep < nReps; rep++) {
+    const auto start = std::chrono::steady_clock::now();
+    const pid_t pid = fork();
+    if (pid == 0) {
+      work();
+      _exit(0);
+    }
+    int status = 0;
+    rusage usage{};
+    wait4(pid, &status, 0, &usage);
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+      std::fprintf(stderr, "quillon_bench: a measured run failed\n");
+      std::exit(1);
+    }
+    best.seconds = std::min(best.seconds, seconds);
+    best.peakMiB = std::max(best.peakMiB, usage.ru_maxrss / 1024.0);
+  }
+  return best;
+}
+
+// Runs a command with its standard output sent to /dev/null.
+std::function<void()> Command(std::vector<std::string> argv) {
+  return [argv] {
+    const int devnull = open("/dev/null", O_WRONLY);
+    dup2(devnull, 1);
+    std::vector<char*> args;
+    for (const auto& a : argv) args.push_back(const_cast<char*>(a.c_str()));
+    args.push_back(nullptr);
+    execvp(args[0], args.data());
+    _exit(127);
+  };
+}
+
+std::string GeneratedTmx(const std::string& dir, long nUnits) {
+  mkdir(dir.c_str(), 0755);
+  const std::string path = dir + "/synthetic-" + std::to_string(nUnits) + ".tmx";
+  struct stat st;
+  if (stat(path.c_str(), &st) != 0) {
+    std::ofstream out(path + ".part", std::ios::binary);
+    WriteSyntheticTmx(out, nUnits, 2026);
+    out.close();
+    std::rename((path + ".part").c_str(), path.c_str());
+  }
+  return path;
+}
+
+void BareParse(const std::string& path) {
+  XercesDOMParser parser;
+  parser.setCreateEntityReferenceNodes(false);
+  parser.parse(LocalFileInputSource(CString(path.c_str()).GetString()));
+}
+
+void BuildUnits(const std::string& path, bool bAll) {
+  CTmxParseEngine engine(CString(path.c_str()), nullptr, nullptr);
+  engine.SearchTmxForLanguages(nullptr);
+  TmxUnitMap* pMap = nullptr;
+  engine.CreateMapObject(pMap);
+  engine.m_strFirstLanguage = u"en-US";
+  engine.m_strSecondLanguage = u"de-DE";
+  bAll ? engine.CreateMultilingualDataStructures(*pMap) : engine.CreateDataStructures(*pMap);
+  engine.DeleteMapObject(pMap);
+  delete pMap;
+}
+
+void SizeAndPack(const std::string& path, bool bPack) {
+  CGenXMLInterface xml(CString(path.c_str()), 0, CString());
+  int nSize = 0;
+  xml.PreParseForSize(nSize);
+  if (!bPack) return;
+  std::vector<unsigned char> buffer(static_cast<size_t>(nSize));
+  xml.ParseFileAndPackToMemory(buffer.data());
+}
+
+struct Operation {
+  const char* name;
+  std::function<void(const std::string&)> run;
+};
+
+const std::vector<Operation> kOperations = {
+    {"bare parse", BareParse},
+    {"languages",
+     [](const std::string& path) {
+       CTmxParseEngine engine(CString(path.c_str()), nullptr, nullptr);
+       CStringArray languages;
+       engine.SearchTmxForLanguages(&languages);
+     }},
+    {"units --pair", [](const std::string& path) { BuildUnits(path, false); }},
+    {"units --all", [](const std::string& path) { BuildUnits(path, true); }},
+    {"size", [](const std::string& path) { SizeAndPack(path, false); }},
+    {"size + pack", [](const std::string& path) { SizeAndPack(path, true); }},
+};
+
+std::vector<long> ParseUnits(const std::string& list) {
+  std::vector<long> units;
+  for (size_t at = 0; at < list.size();) {
+    const size_t comma = list.find(',', at);
+    units.push_back(std::atol(list.substr(at, comma - at).c_str()));
+    at = comma == std::string::npos ? list.size() : comma + 1;
+  }
+  return units;
+}
+
+double FileMiB(const std::string& path) {
+  struct stat st;
+  return stat(path.c_str(), &st) == 0 ? st.st_size / 1048576.0 : 0;
+}
+
+int Report(const std::string& dir, const std::vector<long>& sizes, int nReps) {
+  std::map<long, std::vector<Measure>> results;
+  for (long nUnits : sizes) {
+    const std::string path = GeneratedTmx(dir, nUnits);
+    std::printf("\n%ld units, %.1f MiB\n", nUnits, FileMiB(path));
+    std::printf("%-14s %9s %8s %10s %8s\n", "operation", "time (s)", "x parse", "peak (MiB)", "x parse");
+    std::vector<Measure>& row = results[nUnits];
+    for (const auto& op : kOperations) {
+      row.push_back(RunInChild([&] { op.run(path); }, nReps));
+      const Measure& m = row.back();
+      std::printf("%-14s %9.2f %8.2f %10.0f %8.2f\n", op.name, m.seconds, m.seconds / row[0].seconds, m.peakMiB,
+                  m.peakMiB / row[0].peakMiB);
+      std::fflush(stdout);
+    }
+  }
+  for (size_t i = 1; i < sizes.size(); i++) {
+    const double factor = static_cast<double>(sizes[i]) / sizes[i - 1];
+    std::printf("\ngrowth %ld -> %ld units (x%.0f): time ratio / proportional\n", sizes[i - 1], sizes[i], factor);
+    for (size_t op = 0; op < kOperations.size(); op++)
+      std::printf("%-14s %6.2f\n", kOperations[op].name,
+                  results[sizes[i]][op].seconds / results[sizes[i - 1]][op].seconds / factor);
+  }
+  return 0;
+}
+
+int Peers(const std::string& dir, long nUnits, const std::string& quillon, const std::string& peer, int nReps) {
+  const std::string path = GeneratedTmx(dir, nUnits);
+  std::printf("\n%ld units, %.1f MiB: reading every unit with all its variants\n", nUnits, FileMiB(path));
+  const Measure ours = RunInChild(Command({quillon, "units", "--all", "--json", path}), nReps);
+  const Measure theirs = RunInChild(Command({"/usr/bin/python3", peer, path}), nReps);
+  std::printf("%-36s %9s %10s\n", "reader", "time (s)", "peak (MiB)");
+  std::printf("%-36s %9.2f %10.0f\n", "quillon units --all --json", ours.seconds, ours.peakMiB);
+  std::printf("%-36s %9.2f %10.0f\n", "translate-toolkit (tmxfile)", theirs.seconds, theirs.peakMiB);
+  std::printf("quillon is %.2fx faster, with %.2fx the peak memory\n", theirs.seconds / ours.seconds,
+              ours.peakMiB / theirs.peakMiB);
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::string dir = "build/bench-data", units, quillon = "build/bin/quillon", peer = "bench/peer_translate_toolkit.py";
+  bool bPeers = false;
+  int nReps = 1;
+  for (int i = 1; i < argc; i++) {
+    const std::string arg = argv[i];
+    auto value = [&]() -> std::string { return i + 1 < argc ? argv[++i] : ""; };
+    if (arg == "--data") dir = value();
+    else if (arg == "--units") units = value();
+    else if (arg == "--reps") nReps = std::max(1, std::atoi(value().c_str()));
+    else if (arg == "--peers") bPeers = true;
+    else if (arg == "--quillon") quillon = value();
+    else if (arg == "--peer") peer = value();
+    else {
+      std::fprintf(stderr, "usage: quillon_bench [--peers] [--data DIR] [--units N,N,...] [--reps N]\n");
+      return 2;
+    }
+  }
+  if (bPeers) return Peers(dir, units.empty() ? 300000 : std::atol(units.c_str()), quillon, peer, nReps);
+  return Report(dir, ParseUnits(units.empty() ? "30000,300000,900000" : units), nReps);
+}

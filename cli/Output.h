@@ -1,0 +1,32 @@
+// Streaming the tool's output: UTF-16 text straight into UTF-8, escaped for JSON or for the
+// tab-separated text format, flushed in large blocks. A command writes only after its work has
+// succeeded, so nothing reaches stdout on failure.
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+#include "quillon/afx.h"
+
+class Output {
+ public:
+  explicit Output(std::FILE* file) : m_file(file) {}
+  ~Output() { Flush(); }
+  Output& operator<<(const std::string& text) { return Raw(text.data(), text.size()); }
+  Output& operator<<(const char* text) { return Raw(text, std::char_traits<char>::length(text)); }
+  Output& operator<<(long long n) { return *this << std::to_string(n); }
+  Output& Raw(const char* p, size_t n);
+  // A JSON string literal, quotes included.
+  Output& Json(LPCTSTR psz, size_t nLength);
+  Output& Json(const CString& str) { return Json(str.GetString(), static_cast<size_t>(str.GetLength())); }
+  // A field of the text format: backslash, tab and line feed as \\, \t and \n.
+  Output& Field(const CString& str);
+  void Flush();
+
+ private:
+  template <class Escape>
+  Output& Utf8(LPCTSTR psz, size_t nLength, Escape escape);
+
+  std::FILE* m_file;
+  std::string m_buffer;
+};
