@@ -1,0 +1,59 @@
+#!/usr/bin/env bash
+# The quillon tool's contract: outputs, JSON shapes, error lines and exit statuses.
+# usage: cli_test.sh QUILLON  (run from the source tree's top)
+set -u
+quillon=$1
+tmp=$(mktemp -d)
+trap 'rm -rf "$tmp"' EXIT
+passed=0 failed=0
+
+# expect NAME STATUS STDOUT-REGEX STDERR-REGEX -- COMMAND...  (bash regexes; $'\n' for newlines)
+expect() {
+  local name=$1 status=$2 out=$3 err=$4
+  shift 5
+  "$@" >"$tmp/out" 2>"$tmp/err" <"${STDIN:-/dev/null}"
+  local got=$? stdout stderr
+  stdout=$(cat "$tmp/out"; echo .) stderr=$(cat "$tmp/err"; echo .)  # the dot keeps final newlines
+  if [ "$got" = "$status" ] && [[ ${stdout%.} =~ $out ]] && [[ ${stderr%.} =~ $err ]]; then
+    passed=$((passed + 1))
+  else
+    failed=$((failed + 1))
+    echo "FAIL $name: exit $got"; head -c 400 "$tmp/out"; head -c 400 "$tmp/err"
+  fi
+}
+
+N=$'\n' T=$'\t'
+expect version 0 '^quillon [0-9]+\.[0-9]+\.[0-9]+' '^$' -- "$quillon" --version
+expect unknown-command 2 '^$' '.' -- "$quillon" frobnicate
+expect missing-argument 2 '^$' '.' -- "$quillon" languages
+
+expect languages-text 0 "^de-DE${N}en-US${N}fr-FR${N}ja-JP${N}\$" '^$' -- "$quillon" languages examples/sample.tmx
+STDIN=examples/sample.tmx expect languages-stdin-json 0 \
+  '^[{]"result":true,"languages":\["de-DE","en-US","fr-FR","ja-JP"\][}]'"$N\$" '^$' -- "$quillon" languages --json -
+printf '<tmx><header/></tmx>' >"$tmp/nobody.tmx"
+expect languages-none 0 '^[{]"result":false,"languages":\[\][}]'"$N\$" '^$' -- "$quillon" languages --json "$tmp/nobody.tmx"
+expect languages-missing 1 '^$' "^$tmp/none.tmx:0:0: error: [^$N]+$N\$" -- "$quillon" languages "$tmp/none.tmx"
+printf '<tmx>\n<body>\n<tu>' >"$tmp/cut.tmx"
+STDIN=$tmp/cut.tmx expect languages-malformed-stdin 1 '^$' "^<stdin>:3:5: error: [^$N]+$N\$" -- "$quillon" languages -
+
+printf '<tmx><body>\n<tu><note>a\tb</note><tuv lang="en"><seg>x\\y\nz</seg></tuv></tu></body></tmx>' >"$tmp/esc.tmx"
+expect units-text-escapes 0 "^0${T}en${T}x[\\\\][\\\\]y[\\\\]nz${T}a[\\\\]tb$N\$" '^$' -- "$quillon" units "$tmp/esc.tmx"
+expect units-pair-json 0 '^[{]"result":true,"units":\[[{]"key":0,"variants":\[[{]"language":"en-US","segment":"Welcome to Lumen!","note":"Shown on the first start."[}],[{]"language":"de-DE"' \
+  '^$' -- "$quillon" units --pair en-US de-DE --json examples/sample.tmx
+expect units-no-body 0 '^[{]"result":false,"units":\[\][}]'"$N\$" '^$' -- "$quillon" units --pair en de --json "$tmp/nobody.tmx"
+expect units-pair-and-all 2 '^$' '.' -- "$quillon" units --pair en de --all examples/sample.tmx
+
+printf '<?xml version="1.0" encoding="UTF-8"?><a x="1"><b/></a>' >"$tmp/w.xml"
+expect size-text 0 "^5 nodes, 240 bytes$N\$" '^$' -- "$quillon" size "$tmp/w.xml"
+expect size-json 0 '^[{]"nodes":5,"size":240[}]'"$N\$" '^$' -- "$quillon" size --json "$tmp/w.xml"
+expect pack-file 0 '^$' '^$' -- "$quillon" pack -o "$tmp/w.img" "$tmp/w.xml"
+[ "$(wc -c <"$tmp/w.img")" = 230 ] && passed=$((passed + 1)) || { failed=$((failed + 1)); echo "FAIL pack-size"; }
+expect dump-json 0 '"records":\[[{]"name":"#document","value":"","index":0,"depth":0,"flags":\[0,1,0,0,0,0,0,0\][}]' '^$' \
+  -- "$quillon" dump --json "$tmp/w.img"
+head -c 200 "$tmp/w.img" >"$tmp/cut.img"
+expect dump-truncated 1 '^$' "^$tmp/cut.img: error: [^$N]*record 3 at offset 200$N\$" -- "$quillon" dump "$tmp/cut.img"
+printf '<a><b></a>' >"$tmp/bad.xml"
+expect pack-malformed 1 '^$' "^$tmp/bad.xml:1:[0-9]+: error: " -- "$quillon" pack "$tmp/bad.xml"
+
+echo "$passed passed, $failed failed"
+[ "$failed" = 0 ]
