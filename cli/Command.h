@@ -8,10 +8,11 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/Output.h"
+#include "cli/ParserSafety.h"
 
 struct PendingRun {
   std::string input;            // the path as given, or "-" for standard input
-  std::function<void(Output&)> run;  // throws on failure, before writing anything
+  std::function<void(Output&, ParserSafety&)> run;  // throws on failure, before writing anything
 };
 
 void AddLanguagesCommand(CLI::App& app, PendingRun& pending);

@@ -11,8 +11,8 @@ struct LanguagesOptions {
   bool bJson = false;
 };
 
-void RunLanguages(const LanguagesOptions& options, Output& out) {
-  TmxInput input(options.source);
+void RunLanguages(const LanguagesOptions& options, Output& out, ParserSafety& safety) {
+  TmxInput input(options.source, safety);
   CStringArray languages;
   const bool bResult = input.Engine().SearchTmxForLanguages(&languages);
   if (!options.bJson) {
@@ -33,6 +33,6 @@ void AddLanguagesCommand(CLI::App& app, PendingRun& pending) {
   cmd->add_option("SOURCE", options->source, "TMX file, or - for standard input")->required();
   cmd->callback([options, &pending] {
     pending.input = options->source;
-    pending.run = [options](Output& out) { RunLanguages(*options, out); };
+    pending.run = [options](Output& out, ParserSafety& safety) { RunLanguages(*options, out, safety); };
   });
 }

@@ -18,8 +18,9 @@ struct PackOptions {
   bool bJson = false;
 };
 
-void RunSize(const PackOptions& options, Output& out) {
+void RunSize(const PackOptions& options, Output& out, ParserSafety& safety) {
   CGenXMLInterface xml(CString(options.input.c_str()), 0, CString());
+  safety.Apply(xml.GetParser());
   int nSize = 0;
   const int nNodes = xml.PreParseForSize(nSize);
   if (options.bJson)
@@ -28,8 +29,9 @@ void RunSize(const PackOptions& options, Output& out) {
     out << nNodes << " nodes, " << nSize << " bytes\n";
 }
 
-void RunPack(const PackOptions& options, Output& out) {
+void RunPack(const PackOptions& options, Output& out, ParserSafety& safety) {
   CGenXMLInterface xml(CString(options.input.c_str()), 0, CString());
+  safety.Apply(xml.GetParser());
   int nSize = 0;
   const int nNodes = xml.PreParseForSize(nSize);
   std::vector<unsigned char> buffer(static_cast<size_t>(nSize));
@@ -93,14 +95,14 @@ void RenderJson(const quillon::PackedImage& image, Output& out) {
   out << "]}\n";
 }
 
-void RunDump(const PackOptions& options, Output& out) {
+void RunDump(const PackOptions& options, Output& out, ParserSafety&) {
   const std::string bytes = ReadImageFile(options.input);
   const auto image = quillon::ReadPackedImage(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
   options.bJson ? RenderJson(image, out) : RenderText(image, out);
 }
 
 void AddCommand(CLI::App& app, PendingRun& pending, const char* name, const char* description,
-                void (*run)(const PackOptions&, Output&), bool bJson, bool bOutput, const char* inputHelp) {
+                void (*run)(const PackOptions&, Output&, ParserSafety&), bool bJson, bool bOutput, const char* inputHelp) {
   auto options = std::make_shared<PackOptions>();
   CLI::App* cmd = app.add_subcommand(name, description);
   if (bJson) cmd->add_flag("--json", options->bJson, "Print one JSON object");
@@ -108,7 +110,7 @@ void AddCommand(CLI::App& app, PendingRun& pending, const char* name, const char
   cmd->add_option(name == std::string("dump") ? "IMAGE" : "XML", options->input, inputHelp)->required();
   cmd->callback([options, run, &pending] {
     pending.input = options->input;
-    pending.run = [options, run](Output& out) { run(*options, out); };
+    pending.run = [options, run](Output& out, ParserSafety& safety) { run(*options, out, safety); };
   });
 }
 

@@ -9,12 +9,13 @@ std::vector<BYTE> ReadStandardInput() {
   return bytes;
 }
 
-TmxInput::TmxInput(const std::string& source) {
-  if (source != "-") {
+TmxInput::TmxInput(const std::string& source, ParserSafety& safety) {
+  if (source == "-") {
+    m_bytes = ReadStandardInput();
+    m_memFile.Attach(m_bytes.data(), static_cast<UINT>(m_bytes.size()));
+    m_engine = std::make_unique<CTmxParseEngine>(CString(), &m_memFile, nullptr);
+  } else {
     m_engine = std::make_unique<CTmxParseEngine>(CString(source.c_str()), nullptr, nullptr);
-    return;
   }
-  m_bytes = ReadStandardInput();
-  m_memFile.Attach(m_bytes.data(), static_cast<UINT>(m_bytes.size()));
-  m_engine = std::make_unique<CTmxParseEngine>(CString(), &m_memFile, nullptr);
+  safety.Apply(&m_engine->m_parser);
 }

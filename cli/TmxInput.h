@@ -6,11 +6,12 @@
 #include <string>
 #include <vector>
 
+#include "cli/ParserSafety.h"
 #include "quillon/TmxParseEngine.h"
 
 class TmxInput {
  public:
-  explicit TmxInput(const std::string& source);
+  TmxInput(const std::string& source, ParserSafety& safety);
   CTmxParseEngine& Engine() { return *m_engine; }
 
  private:

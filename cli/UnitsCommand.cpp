@@ -42,8 +42,8 @@ void Render(TmxUnitMap& map, bool bResult, bool bJson, Output& out) {
   if (bJson) out << "]}\n";
 }
 
-void RunUnits(const UnitsOptions& options, Output& out) {
-  TmxInput input(options.source);
+void RunUnits(const UnitsOptions& options, Output& out, ParserSafety& safety) {
+  TmxInput input(options.source, safety);
   CTmxParseEngine& engine = input.Engine();
   engine.SearchTmxForLanguages(nullptr);
   TmxUnitMap* pMap = nullptr;
@@ -78,6 +78,6 @@ void AddUnitsCommand(CLI::App& app, PendingRun& pending) {
   cmd->add_option("SOURCE", options->source, "TMX file, or - for standard input")->required();
   cmd->callback([options, &pending] {
     pending.input = options->source;
-    pending.run = [options](Output& out) { RunUnits(*options, out); };
+    pending.run = [options](Output& out, ParserSafety& safety) { RunUnits(*options, out, safety); };
   });
 }

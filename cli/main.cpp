@@ -12,6 +12,10 @@ int main(int argc, char** argv) {
   CLI::App app{"quillon: read TMX translation memories and pack XML documents"};
   app.set_version_flag("--version", "quillon " QUILLON_VERSION_STRING);
   app.require_subcommand(1);
+  app.fallthrough();
+  ParserSafety safety;
+  app.add_flag("--allow-external", safety.bAllowExternal,
+               "Let the parser load external DTDs and entities, without an expansion limit");
   PendingRun pending;
   AddLanguagesCommand(app, pending);
   AddUnitsCommand(app, pending);
@@ -27,7 +31,7 @@ int main(int argc, char** argv) {
   }
   try {
     Output out(stdout);
-    pending.run(out);
+    pending.run(out, safety);
   } catch (...) {
     ReportCurrentException(DisplayName(pending.input));
     return 1;

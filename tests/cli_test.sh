@@ -55,5 +55,22 @@ expect dump-truncated 1 '^$' "^$tmp/cut.img: error: [^$N]*record 3 at offset 200
 printf '<a><b></a>' >"$tmp/bad.xml"
 expect pack-malformed 1 '^$' "^$tmp/bad.xml:1:[0-9]+: error: " -- "$quillon" pack "$tmp/bad.xml"
 
+# Safe defaults: nothing external is loaded and entity expansion is capped, unless allowed.
+printf '<!DOCTYPE tmx SYSTEM "tmx14.dtd"><tmx><body><tu><tuv lang="en"/></tu></body></tmx>' >"$tmp/dtd.tmx"
+expect absent-dtd-read 0 "^en$N\$" '^$' -- "$quillon" languages "$tmp/dtd.tmx"
+expect absent-dtd-allowed 1 '^$' "^$tmp/dtd.tmx:1:[0-9]+: error: " -- "$quillon" --allow-external languages "$tmp/dtd.tmx"
+printf '<!DOCTYPE tmx SYSTEM "http://127.0.0.1:9/tmx14.dtd"><tmx><body><tu><tuv lang="en"/></tu></body></tmx>' >"$tmp/http.tmx"
+expect http-dtd-not-fetched 0 "^en$N\$" '^$' -- "$quillon" languages "$tmp/http.tmx"
+printf 's3cret' >"$tmp/secret.txt"
+printf '<!DOCTYPE tmx [<!ENTITY x SYSTEM "%s">]><tmx><body>\n<tu><tuv lang="en"><seg>&x;</seg></tuv></tu></body></tmx>' \
+  "$tmp/secret.txt" >"$tmp/xxe.tmx"
+expect external-entity-refused 1 '^$' "^$tmp/xxe.tmx:2:[0-9]+: error: unable to open external entity" -- "$quillon" units "$tmp/xxe.tmx"
+expect external-entity-allowed 0 "^0${T}en${T}s3cret${T}$N\$" '^$' -- "$quillon" units --allow-external "$tmp/xxe.tmx"
+laughs='<!DOCTYPE t [<!ENTITY a0 "lol">'
+for i in 1 2 3 4 5 6 7 8 9; do laughs+="<!ENTITY a$i \"$(for k in 1 2 3 4 5 6 7 8 9 10; do printf '&a%d;' $((i - 1)); done)\">"; done
+printf '%s]><t>&a9;</t>' "$laughs" >"$tmp/laughs.xml"
+expect laughs-languages 1 '^$' "entity expansions" -- timeout 20 "$quillon" languages "$tmp/laughs.xml"
+expect laughs-size 1 '^$' "entity expansions" -- timeout 20 "$quillon" size "$tmp/laughs.xml"
+
 echo "$passed passed, $failed failed"
 [ "$failed" = 0 ]

@@ -1,0 +1,170 @@
+// Bad and hostile input through the library: every case ends in the parser's exception or in a
+// result, in bounded time and memory; never in a crash, a hang or a leak (the sanitizer build
+// checks the last).
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <functional>
+
+#include <xercesc/sax/SAXParseException.hpp>
+#include <xercesc/util/SecurityManager.hpp>
+
+#include "quillon/GenXMLInterface.h"
+#include "quillon/PackedImage.h"
+#include "tests/TmxTestSupport.h"
+
+namespace {
+
+using xercesc::SAXParseException;
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+std::string TempPath(const std::string& name) {
+  return testing::TempDir() + "quillon_" + testing::UnitTest::GetInstance()->current_test_info()->name() + "_" + name;
+}
+
+std::string WriteFile(const std::string& name, const std::string& text) {
+  const std::string path = TempPath(name);
+  std::ofstream(path, std::ios::binary) << text;
+  return path;
+}
+
+// Reads a TMX text the way a host does: languages, then both builders. Returns the languages.
+std::vector<std::string> ReadTmx(const std::string& text, const std::function<void(CTmxParseEngine&)>& configure = {}) {
+  std::string bytes = text;
+  CMemFile file(reinterpret_cast<BYTE*>(bytes.data()), static_cast<UINT>(bytes.size()));
+  CTmxParseEngine engine(CString(), &file, nullptr);
+  if (configure) configure(engine);
+  CStringArray languages;
+  engine.SearchTmxForLanguages(&languages);
+  std::vector<std::string> result;
+  for (INT_PTR i = 0; i < languages.GetSize(); i++) result.push_back(Utf8(languages[i]));
+  engine.m_strFirstLanguage = languages.GetSize() ? languages[0] : CString();
+  UnitMap bilingual(engine), multilingual(engine);
+  engine.CreateDataStructures(*bilingual);
+  engine.CreateMultilingualDataStructures(*multilingual);
+  return result;
+}
+
+// Sizes and packs an XML text; the image never exceeds the size and holds every counted record.
+int PackXml(const std::string& text, const std::function<void(CGenXMLInterface&)>& configure = {}) {
+  CGenXMLInterface xml(CString(WriteFile("input.xml", text).c_str()), 0, CString());
+  if (configure) configure(xml);
+  int nSize = 0;
+  const int nNodes = xml.PreParseForSize(nSize);
+  std::vector<unsigned char> buffer(static_cast<size_t>(nSize));
+  EXPECT_TRUE(xml.ParseFileAndPackToMemory(buffer.data()));
+  EXPECT_EQ(quillon::ReadPackedImage(buffer.data(), buffer.size(), static_cast<size_t>(nNodes)).records.size(),
+            static_cast<size_t>(nNodes));
+  return nNodes;
+}
+
+TEST(HostileInputTest, TruncatedDocumentsRaiseTheParsersException) {
+  const std::string tmx = ReadFile(QUILLON_EXAMPLES "/sample.tmx");
+  const std::string xml = ReadFile(QUILLON_EXAMPLES "/sample.xml");
+  ASSERT_FALSE(tmx.empty());
+  for (size_t cut = 0; cut < tmx.size() - 8; cut += 97) EXPECT_THROW(ReadTmx(tmx.substr(0, cut)), SAXParseException) << cut;
+  for (size_t cut = 0; cut < xml.size() - 2; cut += 61) EXPECT_THROW(PackXml(xml.substr(0, cut)), SAXParseException) << cut;
+  EXPECT_EQ(ReadTmx(tmx).size(), 4u);
+}
+
+TEST(HostileInputTest, MalformedBytesAndStructureRaise) {
+  const char* const cases[] = {
+      "<?xml version=\"1.0\" encoding=\"no-such\"?><tmx/>",
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?><tmx>\xff\xfe</tmx>",
+      "<tmx>\x01</tmx>",
+      "<tmx><a/><b/></tmx><tmx/>",
+      "<tmx><body><tu></tmx>",
+      "<tmx><body></tu></body></tmx>",
+      "<!DOCTYPE a [<!ENTITY x \"&y;\"><!ENTITY y \"&x;\">]><a>&x;</a>",
+      "",
+  };
+  for (const char* text : cases) {
+    EXPECT_THROW(ReadTmx(text), SAXParseException) << text;
+    EXPECT_THROW(PackXml(text), SAXParseException) << text;
+  }
+  EXPECT_THROW(ReadTmx(std::string("<tmx>a\0b</tmx>", 14)), SAXParseException);
+}
+
+TEST(HostileInputTest, Utf16ReadsWithAByteOrderMarkOrADeclaration) {
+  auto utf16le = [](const std::u16string& text) {
+    std::string bytes;
+    for (char16_t c : text) bytes += {static_cast<char>(c & 0xFF), static_cast<char>(c >> 8)};
+    return bytes;
+  };
+  const std::u16string body = u"<tmx><body><tu><tuv lang=\"en\"/></tu></body></tmx>";
+  EXPECT_EQ(ReadTmx(utf16le(u"\ufeff" + body)), std::vector<std::string>{"en"});
+  EXPECT_EQ(ReadTmx(utf16le(u"<?xml version=\"1.0\" encoding=\"UTF-16\"?>" + body)), std::vector<std::string>{"en"});
+  EXPECT_THROW(ReadTmx(utf16le(body)), SAXParseException);  // neither: not recognisable as UTF-16
+}
+
+TEST(HostileInputTest, TenMegabyteAttributeValueIsJustAValue) {
+  const std::string value(10 << 20, 'x');
+  EXPECT_EQ(ReadTmx("<tmx><body><tu><tuv lang=\"" + value + "\"><seg>s</seg></tuv></tu></body></tmx>"),
+            std::vector<std::string>{value});
+  EXPECT_EQ(PackXml("<a v=\"" + value + "\"/>"), 4);
+}
+
+std::string Nested(const std::string& open, const std::string& close, const std::string& inner, int depth = 200000) {
+  std::string text;
+  text.reserve((open.size() + close.size()) * depth + inner.size());
+  for (int i = 0; i < depth; i++) text += open;
+  text += inner;
+  for (int i = 0; i < depth; i++) text += close;
+  return text;
+}
+
+TEST(HostileInputTest, TwoHundredThousandNestedElementsAreReadWithoutExhaustingTheStack) {
+  const std::string units = "<tmx><body>\n" + Nested("<tu>", "</tu>", "<tuv lang='en'><seg>s</seg></tuv>") + "</body></tmx>";
+  EXPECT_EQ(ReadTmx(units), std::vector<std::string>{"en"});
+  const std::string seg = "<tmx><body>\n<tu><note>" + Nested("<b>", "</b>", "n") + "</note><tuv lang='en'><seg>a" +
+                          Nested("<b>", "</b>", "deep") + "</seg></tuv></tu></body></tmx>";
+  ParsedTmx parsed(seg);
+  parsed.engine.m_strFirstLanguage = u"en";
+  UnitMap map(parsed.engine);
+  parsed.engine.CreateDataStructures(*map);
+  EXPECT_EQ(map.Units()[0], std::vector<std::string>{"en|adeep|n"});
+  EXPECT_EQ(PackXml(Nested("<e>", "</e>", "")), 200002);
+}
+
+TEST(HostileInputTest, ExpandingEntitiesAreStoppedByAHostsSecurityManager) {
+  std::string doctype = "<!DOCTYPE tmx [<!ENTITY a0 \"lol\">";
+  for (int i = 1; i < 10; i++) {
+    doctype += "<!ENTITY a" + std::to_string(i) + " \"";
+    for (int k = 0; k < 10; k++) doctype += "&a" + std::to_string(i - 1) + ";";
+    doctype += "\">";
+  }
+  doctype += "]>";
+  xercesc::SecurityManager securityManager;
+  EXPECT_THROW(ReadTmx(doctype + "<tmx><body>&a9;</body></tmx>",
+                       [&](CTmxParseEngine& e) { e.m_parser.setSecurityManager(&securityManager); }),
+               SAXParseException);
+  EXPECT_THROW(PackXml(doctype + "<tmx>&a9;</tmx>",
+                       [&](CGenXMLInterface& x) { x.GetParser()->setSecurityManager(&securityManager); }),
+               SAXParseException);
+}
+
+TEST(HostileInputTest, ExternalEntitiesFollowTheParserSettings) {
+  const std::string secret = WriteFile("secret.txt", "s3cret");
+  const std::string tmx = "<!DOCTYPE tmx [<!ENTITY x SYSTEM \"" + secret + "\">]>"
+                          "<tmx><body>\n<tu><tuv lang='en'><seg>&x;</seg></tuv></tu></body></tmx>";
+  ParsedTmx byDefault(tmx);  // the library keeps the parser library's defaults
+  UnitMap map(byDefault.engine);
+  byDefault.engine.CreateMultilingualDataStructures(*map);
+  EXPECT_EQ(map.Units()[0], std::vector<std::string>{"en|s3cret|"});
+  EXPECT_THROW(ReadTmx(tmx, [](CTmxParseEngine& e) { e.m_parser.setDisableDefaultEntityResolution(true); }),
+               SAXParseException);
+}
+
+TEST(HostileInputTest, AbsentDtdStopsTheEngineButNotThePacker) {
+  const std::string doctype = "<!DOCTYPE tmx SYSTEM \"" + TempPath("absent.dtd") + "\">";
+  EXPECT_THROW(ReadTmx(doctype + "<tmx/>"), SAXParseException);
+  EXPECT_EQ(ReadTmx(doctype + "<tmx/>", [](CTmxParseEngine& e) { e.m_parser.setLoadExternalDTD(false); }),
+            std::vector<std::string>{});
+  EXPECT_EQ(PackXml(doctype + "<tmx/>"), 4);
+}
+
+}  // namespace
