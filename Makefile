@@ -4,7 +4,7 @@ BUILD ?= build
 ASAN_BUILD ?= build-asan
 QUILLON = $(BUILD)/bin/quillon
 
-.PHONY: deps build demo test test-sanitize bench bench-peers clean
+.PHONY: deps build demo test test-sanitize bench bench-peers fuzz clean
 
 deps:
 	@scripts/install-deps
@@ -42,5 +42,24 @@ bench-peers: build
 	@QUILLON_PEERS=1 scripts/install-deps
 	$(BUILD)/bin/quillon_bench --peers --data $(BUILD)/bench-data --reps $(or $(REPS),1)
 
+# libFuzzer: each target runs FUZZ_SECONDS (default 180), seeded from the examples and
+# tests/fuzz/seeds; new inputs go to build-fuzz/corpus-*, crashes to build-fuzz/crashes/.
+FUZZ_SECONDS ?= 180
+FUZZ_BUILD ?= build-fuzz
+fuzz: deps
+	@QUILLON_FUZZ=1 scripts/install-deps
+	@CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUILLON_FUZZ=ON >/dev/null
+	@cmake --build $(FUZZ_BUILD) -j $(JOBS)
+	@mkdir -p $(FUZZ_BUILD)/crashes
+	@for t in tmx pack image; do \
+	  mkdir -p $(FUZZ_BUILD)/corpus-$$t; \
+	  echo "fuzz_$$t: $(FUZZ_SECONDS) s"; \
+	  $(FUZZ_BUILD)/bin/fuzz_$$t -max_total_time=$(FUZZ_SECONDS) -rss_limit_mb=4096 -max_len=65536 \
+	    -artifact_prefix=$(FUZZ_BUILD)/crashes/$$t- -print_final_stats=1 \
+	    $(FUZZ_BUILD)/corpus-$$t tests/fuzz/seeds examples 2>$(FUZZ_BUILD)/fuzz_$$t.log \
+	    || { tail -40 $(FUZZ_BUILD)/fuzz_$$t.log; exit 1; }; \
+	  grep -E "stat::number_of_executed_units|stat::peak_rss_mb" $(FUZZ_BUILD)/fuzz_$$t.log; \
+	done
+
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD)

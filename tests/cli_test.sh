@@ -52,6 +52,8 @@ expect dump-json 0 '"records":\[[{]"name":"#document","value":"","index":0,"dept
   -- "$quillon" dump --json "$tmp/w.img"
 head -c 200 "$tmp/w.img" >"$tmp/cut.img"
 expect dump-truncated 1 '^$' "^$tmp/cut.img: error: [^$N]*record 3 at offset 200$N\$" -- "$quillon" dump "$tmp/cut.img"
+printf '<?xml version="1.0-"?><tmx/>' >"$tmp/version.tmx"
+expect dom-exception 1 '^$' "^$tmp/version.tmx: error: [^$N]+$N\$" -- "$quillon" languages "$tmp/version.tmx"
 printf '<a><b></a>' >"$tmp/bad.xml"
 expect pack-malformed 1 '^$' "^$tmp/bad.xml:1:[0-9]+: error: " -- "$quillon" pack "$tmp/bad.xml"
 

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <functional>
 
+#include <xercesc/dom/DOMException.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/util/SecurityManager.hpp>
 
@@ -87,6 +88,13 @@ TEST(HostileInputTest, MalformedBytesAndStructureRaise) {
     EXPECT_THROW(PackXml(text), SAXParseException) << text;
   }
   EXPECT_THROW(ReadTmx(std::string("<tmx>a\0b</tmx>", 14)), SAXParseException);
+}
+
+// Found by fuzzing: the DOM refuses to record such a version, and its exception reaches the host.
+TEST(HostileInputTest, VersionTheDomRefusesRaisesItsException) {
+  const char text[] = "<?xml version=\"1.0-\"?><tmx/>";
+  EXPECT_THROW(ReadTmx(text), xercesc::DOMException);
+  EXPECT_THROW(PackXml(text), xercesc::DOMException);
 }
 
 TEST(HostileInputTest, Utf16ReadsWithAByteOrderMarkOrADeclaration) {
