@@ -4,7 +4,7 @@ BUILD ?= build
 ASAN_BUILD ?= build-asan
 QUILLON = $(BUILD)/bin/quillon
 
-.PHONY: deps build demo test test-sanitize bench bench-peers fuzz clean
+.PHONY: deps build demo test test-sanitize bench bench-peers fuzz memcheck clean
 
 deps:
 	@scripts/install-deps
@@ -41,6 +41,11 @@ bench: build
 bench-peers: build
 	@QUILLON_PEERS=1 scripts/install-deps
 	$(BUILD)/bin/quillon_bench --peers --data $(BUILD)/bench-data --reps $(or $(REPS),1)
+
+# Every suite and the tool's contract under valgrind: no memory error, no leak.
+memcheck: build
+	@QUILLON_MEMCHECK=1 scripts/install-deps
+	@scripts/memcheck $(BUILD)
 
 # libFuzzer: each target runs FUZZ_SECONDS (default 180), seeded from the examples and
 # tests/fuzz/seeds; new inputs go to build-fuzz/corpus-*, crashes to build-fuzz/crashes/.

@@ -1,5 +1,13 @@
 #include "quillon/afx/Object.h"
 
+#include "quillon/afx/Exceptions.h"
+
+void* AfxAllocate(size_t nBytes) {
+  void* p = ::operator new(nBytes, std::nothrow);
+  if (p == nullptr) AfxThrowMemoryException();
+  return p;
+}
+
 CRuntimeClass CObject::classCObject = {"CObject", sizeof(CObject), nullptr, nullptr};
 
 BOOL CRuntimeClass::IsDerivedFrom(const CRuntimeClass* pBaseClass) const {

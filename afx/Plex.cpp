@@ -1,15 +1,11 @@
 #include "quillon/afx/Plex.h"
 
-#include <new>
-
 #include "quillon/afx/Exceptions.h"
 
 CPlex* CPlex::Create(CPlex*& pHead, UINT_PTR nMax, UINT_PTR cbElement) {
   if (nMax == 0 || cbElement == 0 || nMax > (SIZE_MAX - sizeof(CPlex)) / cbElement)
     AfxThrowInvalidArgException();
-  void* p = ::operator new(sizeof(CPlex) + nMax * cbElement, std::nothrow);
-  if (p == nullptr) AfxThrowMemoryException();
-  CPlex* pBlock = static_cast<CPlex*>(p);
+  CPlex* pBlock = static_cast<CPlex*>(AfxAllocate(sizeof(CPlex) + nMax * cbElement));
   pBlock->pNext = pHead;
   pHead = pBlock;
   return pBlock;

@@ -28,7 +28,10 @@ CString::CString(LPCTSTR pch, int nLength) {
   if (nLength) m_str.assign(pch, static_cast<size_t>(nLength));
 }
 
-CString::CString(LPCSTR psz) : m_str(CA2W(psz).str()) {}
+CString::CString(LPCSTR psz) {
+  const CA2W wide(psz);
+  m_str.assign(wide.str().data(), wide.str().size());
+}
 
 CString::CString(TCHAR ch, int nRepeat) : m_str(nRepeat > 0 ? static_cast<size_t>(nRepeat) : 0, ch) {}
 
@@ -38,7 +41,8 @@ CString& CString::operator=(LPCTSTR psz) {
 }
 
 CString& CString::operator=(LPCSTR psz) {
-  m_str = CA2W(psz).str();
+  const CA2W wide(psz);
+  m_str.assign(wide.str().data(), wide.str().size());
   return *this;
 }
 
@@ -58,7 +62,8 @@ CString& CString::operator+=(LPCTSTR psz) {
 }
 
 CString& CString::operator+=(LPCSTR psz) {
-  m_str += CA2W(psz).str();
+  const CA2W wide(psz);
+  m_str.append(wide.str().data(), wide.str().size());
   return *this;
 }
 
@@ -101,11 +106,11 @@ int CString::CompareNoCase(LPCTSTR psz) const { return AfxCompareNoCase(m_str.c_
 int CString::Find(LPCTSTR pszSub, int iStart) const {
   if (iStart < 0 || iStart > GetLength()) return -1;
   const size_t i = m_str.find(pszSub ? pszSub : u"", static_cast<size_t>(iStart));
-  return i == std::u16string::npos ? -1 : static_cast<int>(i);
+  return i == CAfxString::npos ? -1 : static_cast<int>(i);
 }
 
 int CString::Find(TCHAR ch, int iStart) const {
   if (iStart < 0 || iStart >= GetLength()) return -1;
   const size_t i = m_str.find(ch, static_cast<size_t>(iStart));
-  return i == std::u16string::npos ? -1 : static_cast<int>(i);
+  return i == CAfxString::npos ? -1 : static_cast<int>(i);
 }

@@ -9,7 +9,7 @@
 #include "quillon/afx/String.h"
 
 struct CStringFormatter {
-  static void Run(std::u16string& out, LPCTSTR pszFormat, va_list& args);
+  static void Run(CAfxString& out, LPCTSTR pszFormat, va_list& args);
 };
 
 namespace {
@@ -23,7 +23,7 @@ struct Spec {
   bool bShort = false;
 };
 
-void Pad(std::u16string& out, std::u16string_view text, const Spec& spec) {
+void Pad(CAfxString& out, std::u16string_view text, const Spec& spec) {
   const size_t nPad = spec.nWidth > 0 && static_cast<size_t>(spec.nWidth) > text.size()
                           ? static_cast<size_t>(spec.nWidth) - text.size() : 0;
   if (!spec.bLeft) out.append(nPad, u' ');
@@ -31,7 +31,7 @@ void Pad(std::u16string& out, std::u16string_view text, const Spec& spec) {
   if (spec.bLeft) out.append(nPad, u' ');
 }
 
-void AppendNumber(std::u16string& out, const Spec& spec, char conv, va_list& args) {
+void AppendNumber(CAfxString& out, const Spec& spec, char conv, va_list& args) {
   std::string fmt = "%" + spec.flags;
   if (spec.nWidth >= 0) fmt += std::to_string(spec.nWidth);
   if (spec.nPrecision >= 0) fmt += "." + std::to_string(spec.nPrecision);
@@ -50,7 +50,7 @@ void AppendNumber(std::u16string& out, const Spec& spec, char conv, va_list& arg
 
 }  // namespace
 
-void CStringFormatter::Run(std::u16string& out, LPCTSTR f, va_list& args) {
+void CStringFormatter::Run(CAfxString& out, LPCTSTR f, va_list& args) {
   if (f == nullptr) AfxThrowInvalidArgException();
   out.clear();
   while (*f) {
@@ -97,7 +97,7 @@ void CStringFormatter::Run(std::u16string& out, LPCTSTR f, va_list& args) {
       }
       case u'S': {
         LPCSTR psz = va_arg(args, LPCSTR);
-        Pad(out, CA2W(psz ? psz : "(null)").str(), spec);
+        Pad(out, std::u16string_view(CA2W(psz ? psz : "(null)").str()), spec);
         break;
       }
       case u'c': {

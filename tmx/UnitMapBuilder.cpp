@@ -142,7 +142,8 @@ class UnitFiler {
     auto pNewUnit = std::make_unique<CTmxElementAddressAndTUV>();
     pNewUnit->m_nElementAddress = key;
     pNewUnit->m_pTuvList = new TmxTuvList;
-    pNewUnit->m_pTuvList->Add(pTuv.release());
+    pNewUnit->m_pTuvList->Add(pTuv.get());
+    pTuv.release();
     m_map.SetAt(key, pNewUnit.get());
     pNewUnit.release();
   }

@@ -66,9 +66,7 @@ class CArray : public CObject {
   }
   static TYPE* Allocate(INT_PTR n) {
     if (static_cast<size_t>(n) > SIZE_MAX / sizeof(TYPE)) AfxThrowMemoryException();
-    void* p = ::operator new(static_cast<size_t>(n) * sizeof(TYPE), std::nothrow);
-    if (!p) AfxThrowMemoryException();
-    return static_cast<TYPE*>(p);
+    return static_cast<TYPE*>(AfxAllocate(static_cast<size_t>(n) * sizeof(TYPE)));
   }
   static void Construct(TYPE* p, INT_PTR n) {
     for (INT_PTR i = 0; i < n; i++) ::new (static_cast<void*>(p + i)) TYPE();

@@ -91,13 +91,8 @@ class CMap : public CObject {
   }
 
  private:
-  static void* Allocate(size_t nBytes) {
-    void* p = ::operator new(nBytes, std::nothrow);
-    if (p == nullptr) AfxThrowMemoryException();
-    return p;
-  }
   void AllocBuckets() {
-    m_pHashTable = static_cast<CAssoc**>(Allocate(sizeof(CAssoc*) * m_nHashTableSize));
+    m_pHashTable = static_cast<CAssoc**>(AfxAllocate(sizeof(CAssoc*) * m_nHashTableSize));
     for (UINT i = 0; i < m_nHashTableSize; i++) m_pHashTable[i] = nullptr;
   }
   void FreeBuckets() {
@@ -133,7 +128,7 @@ class CMap : public CObject {
     if (m_pIndex && static_cast<UINT_PTR>(m_nCount + 1) * 2 <= nSlots) return;
     const UINT_PTR nNewSlots = m_pIndex ? nSlots * 2 : 32;
     CAssoc** pOld = m_pIndex;
-    m_pIndex = static_cast<CAssoc**>(Allocate(sizeof(CAssoc*) * nNewSlots));
+    m_pIndex = static_cast<CAssoc**>(AfxAllocate(sizeof(CAssoc*) * nNewSlots));
     for (UINT_PTR i = 0; i < nNewSlots; i++) m_pIndex[i] = nullptr;
     m_nIndexMask = nNewSlots - 1;
     if (pOld)

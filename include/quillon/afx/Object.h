@@ -3,9 +3,14 @@
 
 #include "afxdef.h"
 
+#include <new>
+
 class CArchive;
 class CDumpContext;
 class CObject;
+
+// Every allocation of the class library: memory or the memory exception, never null.
+AFX_CORE_API void* AFXAPI AfxAllocate(size_t nBytes);
 
 struct AFX_CORE_API CRuntimeClass {
   LPCSTR m_lpszClassName;
@@ -25,6 +30,14 @@ class AFX_CORE_API CObject {
 
   BOOL IsKindOf(const CRuntimeClass* pClass) const;
   static CRuntimeClass classCObject;
+
+  // Objects of the class library raise the memory exception when they cannot be allocated.
+  static void* operator new(size_t nSize) { return AfxAllocate(nSize); }
+  static void* operator new(size_t nSize, const std::nothrow_t&) noexcept { return ::operator new(nSize, std::nothrow); }
+  static void* operator new(size_t, void* p) noexcept { return p; }
+  static void operator delete(void* p) noexcept { ::operator delete(p); }
+  static void operator delete(void* p, const std::nothrow_t&) noexcept { ::operator delete(p); }
+  static void operator delete(void*, void*) noexcept {}
 
  protected:
   CObject() = default;

@@ -3,7 +3,20 @@
 
 #include <string>
 
-#include "afxdef.h"
+#include "Object.h"
+
+// Storage of the class library's strings: like all its storage, it raises the memory exception.
+template <class T>
+struct CAfxAllocator {
+  using value_type = T;
+  CAfxAllocator() = default;
+  template <class U>
+  CAfxAllocator(const CAfxAllocator<U>&) {}
+  T* allocate(size_t n) { return static_cast<T*>(AfxAllocate(n * sizeof(T))); }
+  void deallocate(T* p, size_t) { ::operator delete(p); }
+  friend bool operator==(const CAfxAllocator&, const CAfxAllocator&) { return true; }
+};
+typedef std::basic_string<TCHAR, std::char_traits<TCHAR>, CAfxAllocator<TCHAR>> CAfxString;
 
 class AFX_CORE_API CString {
  public:
@@ -63,7 +76,7 @@ class AFX_CORE_API CString {
   }
 
  private:
-  std::u16string m_str;
+  CAfxString m_str;
   friend struct CStringFormatter;
 };
 
