@@ -17,6 +17,7 @@
 #include <fstream>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -109,8 +110,8 @@ void SizeAndPack(const std::string& path, bool bPack) {
   int nSize = 0;
   xml.PreParseForSize(nSize);
   if (!bPack) return;
-  std::vector<unsigned char> buffer(static_cast<size_t>(nSize));
-  xml.ParseFileAndPackToMemory(buffer.data());
+  std::unique_ptr<unsigned char[]> buffer(new unsigned char[static_cast<size_t>(nSize)]);  // as a host would
+  xml.ParseFileAndPackToMemory(buffer.get());
 }
 
 struct Operation {

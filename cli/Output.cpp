@@ -21,6 +21,11 @@ void AppendCodePoint(std::string& out, char32_t c) {
 }  // namespace
 
 Output& Output::Raw(const char* p, size_t n) {
+  if (n >= kFlushAt) {  // large blocks go out directly, not through the buffer
+    Flush();
+    std::fwrite(p, 1, n, m_file);
+    return *this;
+  }
   m_buffer.append(p, n);
   if (m_buffer.size() >= kFlushAt) Flush();
   return *this;

@@ -34,17 +34,17 @@ void RunPack(const PackOptions& options, Output& out, ParserSafety& safety) {
   safety.Apply(xml.GetParser());
   int nSize = 0;
   const int nNodes = xml.PreParseForSize(nSize);
-  std::vector<unsigned char> buffer(static_cast<size_t>(nSize));
-  if (!xml.ParseFileAndPackToMemory(buffer.data())) throw std::runtime_error("nothing to pack");
-  // The image carries no length: reading the records that were counted gives it.
-  buffer.resize(quillon::ReadPackedImage(buffer.data(), buffer.size(), static_cast<size_t>(nNodes)).length);
-  const auto* pImage = reinterpret_cast<const char*>(buffer.data());
+  std::unique_ptr<unsigned char[]> buffer(new unsigned char[static_cast<size_t>(nSize)]);
+  if (!xml.ParseFileAndPackToMemory(buffer.get())) throw std::runtime_error("nothing to pack");
+  // The image carries no length: skipping over the records that were counted gives it.
+  const size_t nLength = quillon::PackedImageLength(buffer.get(), static_cast<size_t>(nSize), static_cast<size_t>(nNodes));
+  const auto* pImage = reinterpret_cast<const char*>(buffer.get());
   if (options.output.empty()) {
-    out.Raw(pImage, buffer.size());
+    out.Raw(pImage, nLength);
     return;
   }
   std::ofstream file(options.output, std::ios::binary);
-  if (!file.write(pImage, static_cast<std::streamsize>(buffer.size())) || !file.flush())
+  if (!file.write(pImage, static_cast<std::streamsize>(nLength)) || !file.flush())
     throw std::runtime_error("cannot write " + options.output);
 }
 

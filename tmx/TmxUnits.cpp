@@ -1,5 +1,8 @@
 #include "quillon/TmxUnits.h"
 
+#include <algorithm>
+#include <vector>
+
 #include "quillon/TmxParseEngine.h"
 
 template class CArray<CTmxElementAddressAndTUV*, CTmxElementAddressAndTUV*>;
@@ -55,16 +58,24 @@ void CTmxParseEngine::CreateMapObject(TmxUnitMap*& pMap) {
   if (pMap) pMap->InitHashTable(17, FALSE);
 }
 
+// Units are destroyed in key order, which is the order the builders made them in: freeing
+// memory front to back is much cheaper than in the map's scattered hash order, and nothing can
+// tell the two apart. The map is emptied afterwards, so no value needs setting to null first.
 void CTmxParseEngine::DeleteMapObject(TmxUnitMap*& pMap) {
   if (pMap == nullptr) return;
+  std::vector<std::pair<int, CTmxElementAddressAndTUV*>> units;
+  units.reserve(pMap->GetCount());
   for (POSITION pos = pMap->GetStartPosition(); pos;) {
     int key;
     CTmxElementAddressAndTUV* pUnit;
     pMap->GetNextAssoc(pos, key, pUnit);
+    units.push_back({key, pUnit});
+  }
+  std::sort(units.begin(), units.end());
+  for (auto& [key, pUnit] : units) {
     if (pUnit == nullptr) continue;
     pUnit->Delete();
     delete pUnit;
-    pMap->SetAt(key, nullptr);
   }
   pMap->RemoveAll();
 }

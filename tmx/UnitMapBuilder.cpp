@@ -40,11 +40,14 @@ void MergeNotes(CString& strOwnNote, const CString& strUnitNote) {
 }
 
 // Each child with a value becomes the text, unless the whole text content contains it and is
-// longer: plain text gives itself, mixed content gives everything inline elements hold too.
-CString WholeSegmentText(const DOMNode* pSeg) {
+// longer: plain text gives itself, mixed content gives everything inline elements hold too. The
+// text of a seg with one child is that child's value, returned in place; other texts are made
+// in composed.
+const XMLCh* WholeSegmentText(const DOMNode* pSeg, CString& composed) {
   const DOMNode* pFirst = pSeg->getFirstChild();
-  if (pFirst->getNextSibling() == nullptr) return CString(pFirst->getNodeValue());
-  CString segment, content;
+  if (pFirst->getNextSibling() == nullptr) return pFirst->getNodeValue();
+  CString& segment = composed;
+  CString content;
   bool bContentKnown = false;
   for (const DOMNode* pChild = pFirst; pChild; pChild = pChild->getNextSibling()) {
     const XMLCh* pszValue = pChild->getNodeValue();
@@ -58,6 +61,18 @@ CString WholeSegmentText(const DOMNode* pSeg) {
   }
   return segment;
 }
+
+// The tu being walked: its note, and its key, read back from its tag once a variant needs it.
+struct Unit {
+  DOMNode* pNode;
+  CString strNote;
+  const int* pKey = nullptr;
+
+  int Key() {
+    if (pKey == nullptr) pKey = static_cast<const int*>(pNode->getUserData(kUnitKeyTag));
+    return *pKey;
+  }
+};
 
 class UnitFiler {
  public:
@@ -75,14 +90,14 @@ class UnitFiler {
   }
 
  private:
-  void FileUnit(DOMNode* pUnit) {
-    CString strUnitNote;
-    pUnit->setUserData(kUnitKeyTag, m_pKeyCounter, nullptr);
-    for (DOMNode* pChild = pUnit->getFirstChild(); pChild; pChild = pChild->getNextSibling()) {
+  void FileUnit(DOMNode* pNode) {
+    Unit unit{pNode, CString()};
+    pNode->setUserData(kUnitKeyTag, m_pKeyCounter, nullptr);
+    for (DOMNode* pChild = pNode->getFirstChild(); pChild; pChild = pChild->getNextSibling()) {
       if (NameIs(pChild, u"note"))
-        TakeNote(pChild, strUnitNote);
+        TakeNote(pChild, unit.strNote);
       else if (NameIs(pChild, u"tuv"))
-        FileVariants(pUnit, pChild, strUnitNote);
+        FileVariants(unit, pChild);
     }
   }
 
@@ -105,29 +120,28 @@ class UnitFiler {
            AfxCompareNoCase(pszLanguage, *m_rules.pFirstLanguage) == 0;
   }
 
-  void FileVariants(DOMNode* pUnit, const DOMNode* pVariant, const CString& strUnitNote) {
+  void FileVariants(Unit& unit, const DOMNode* pVariant) {
     const XMLCh* pszLanguage = VariantLanguage(pVariant);
     CString strOwnNote;
     for (const DOMNode* pChild = pVariant->getFirstChild(); pChild; pChild = pChild->getNextSibling()) {
       if (NameIs(pChild, u"note"))
         TakeNote(pChild, strOwnNote);
       else if (NameIs(pChild, u"seg") && Keeps(pszLanguage))
-        FileSegment(pUnit, pChild, pszLanguage, strOwnNote, strUnitNote);
+        FileSegment(unit, pChild, pszLanguage, strOwnNote);
     }
   }
 
-  void FileSegment(DOMNode* pUnit, const DOMNode* pSeg, const XMLCh* pszLanguage, CString& strOwnNote,
-                   const CString& strUnitNote) {
-    CString segment;
+  void FileSegment(Unit& unit, const DOMNode* pSeg, const XMLCh* pszLanguage, CString& strOwnNote) {
+    CString composed;
+    const XMLCh* pszSegment = nullptr;
     if (m_rules.bWholeSegmentText) {
       if (!pSeg->hasChildNodes()) return;
-      segment = WholeSegmentText(pSeg);
+      pszSegment = WholeSegmentText(pSeg, composed);
     } else if (const DOMNode* pFirst = pSeg->getFirstChild()) {
-      segment = pFirst->getNodeValue();
+      pszSegment = pFirst->getNodeValue();
     }
-    MergeNotes(strOwnNote, strUnitNote);
-    auto pTuv = std::make_unique<CTmxTUV>(pszLanguage, segment, strOwnNote);
-    File(*static_cast<const int*>(pUnit->getUserData(kUnitKeyTag)), std::move(pTuv));
+    MergeNotes(strOwnNote, unit.strNote);
+    File(unit.Key(), std::make_unique<CTmxTUV>(pszLanguage, pszSegment, strOwnNote));
   }
 
   void File(int key, std::unique_ptr<CTmxTUV> pTuv) {

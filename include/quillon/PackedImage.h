@@ -49,14 +49,19 @@ class ImageCursor {
   size_t Offset() const { return m_nOffset; }
   bool AtEnd() const { return m_nOffset == m_nSize; }
   std::u16string Text(size_t nRecord) {
-    std::u16string text;
-    for (;;) {
+    const size_t nStart = m_nOffset;
+    SkipText(nRecord);
+    std::u16string text((m_nOffset - nStart) / 2 - 1, u'\0');
+    for (size_t i = 0; i < text.size(); i++)
+      text[i] = static_cast<char16_t>(m_pData[nStart + 2 * i] | m_pData[nStart + 2 * i + 1] << 8);
+    return text;
+  }
+  void SkipText(size_t nRecord) {
+    for (;; m_nOffset += 2) {
       if (m_nSize - m_nOffset < 2) throw PackedImageError("text without terminator", nRecord, m_nOffset);
-      const char16_t unit = static_cast<char16_t>(m_pData[m_nOffset] | m_pData[m_nOffset + 1] << 8);
-      m_nOffset += 2;
-      if (unit == 0) return text;
-      text += unit;
+      if ((m_pData[m_nOffset] | m_pData[m_nOffset + 1]) == 0) break;
     }
+    m_nOffset += 2;
   }
   uint32_t UInt32(size_t nRecord) {
     Need(4, nRecord);
@@ -84,6 +89,22 @@ class ImageCursor {
 };
 
 }  // namespace detail
+
+// The bytes that the encoding and the first nRecords records take, without reading them into
+// strings: an image carries no length of its own.
+inline size_t PackedImageLength(const unsigned char* pData, size_t nSize, size_t nRecords) {
+  detail::ImageCursor cursor(pData, nSize);
+  cursor.SkipText(0);
+  for (size_t nRecord = 0; nRecord < nRecords; nRecord++) {
+    cursor.SkipText(nRecord);
+    cursor.SkipText(nRecord);
+    cursor.UInt32(nRecord);
+    cursor.UInt32(nRecord);
+    uint8_t flags[8];
+    cursor.Flags(flags, nRecord);
+  }
+  return cursor.Offset();
+}
 
 // Reads the encoding and then records until the data ends, or until nMaxRecords are read (an
 // image has no end mark: a reader that knows the node count stops there).
