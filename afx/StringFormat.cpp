@@ -14,7 +14,7 @@ struct CStringFormatter {
 
 namespace {
 
-struct Spec {
+struct Conversion {
   bool bLeft = false;
   std::string flags;
   int nWidth = -1;
@@ -23,26 +23,26 @@ struct Spec {
   bool bShort = false;
 };
 
-void Pad(CAfxString& out, std::u16string_view text, const Spec& spec) {
-  const size_t nPad = spec.nWidth > 0 && static_cast<size_t>(spec.nWidth) > text.size()
-                          ? static_cast<size_t>(spec.nWidth) - text.size() : 0;
-  if (!spec.bLeft) out.append(nPad, u' ');
+void Pad(CAfxString& out, std::u16string_view text, const Conversion& conversion) {
+  const size_t nPad = conversion.nWidth > 0 && static_cast<size_t>(conversion.nWidth) > text.size()
+                          ? static_cast<size_t>(conversion.nWidth) - text.size() : 0;
+  if (!conversion.bLeft) out.append(nPad, u' ');
   out += text;
-  if (spec.bLeft) out.append(nPad, u' ');
+  if (conversion.bLeft) out.append(nPad, u' ');
 }
 
-void AppendNumber(CAfxString& out, const Spec& spec, char conv, va_list& args) {
-  std::string fmt = "%" + spec.flags;
-  if (spec.nWidth >= 0) fmt += std::to_string(spec.nWidth);
-  if (spec.nPrecision >= 0) fmt += "." + std::to_string(spec.nPrecision);
+void AppendNumber(CAfxString& out, const Conversion& conversion, char conv, va_list& args) {
+  std::string fmt = "%" + conversion.flags;
+  if (conversion.nWidth >= 0) fmt += std::to_string(conversion.nWidth);
+  if (conversion.nPrecision >= 0) fmt += "." + std::to_string(conversion.nPrecision);
   fmt += "ll";
   fmt += conv;
   const bool bSigned = conv == 'd' || conv == 'i';
   long long n;
-  if (spec.nLongs >= 2) n = va_arg(args, long long);
-  else if (spec.nLongs == 1) n = bSigned ? va_arg(args, long) : static_cast<long long>(va_arg(args, unsigned long));
+  if (conversion.nLongs >= 2) n = va_arg(args, long long);
+  else if (conversion.nLongs == 1) n = bSigned ? va_arg(args, long) : static_cast<long long>(va_arg(args, unsigned long));
   else n = bSigned ? va_arg(args, int) : static_cast<long long>(va_arg(args, unsigned int));
-  if (spec.bShort) n = bSigned ? static_cast<short>(n) : static_cast<unsigned short>(n);
+  if (conversion.bShort) n = bSigned ? static_cast<short>(n) : static_cast<unsigned short>(n);
   char buf[80];
   const int nLen = std::snprintf(buf, sizeof buf, fmt.c_str(), n);
   for (int i = 0; i < nLen && i < static_cast<int>(sizeof buf) - 1; i++) out += static_cast<char16_t>(buf[i]);
@@ -63,25 +63,25 @@ void CStringFormatter::Run(CAfxString& out, LPCTSTR f, va_list& args) {
       out += *f++;
       continue;
     }
-    Spec spec;
+    Conversion conversion;
     for (; *f == u'-' || *f == u'+' || *f == u' ' || *f == u'#' || *f == u'0'; f++) {
-      if (*f == u'-') spec.bLeft = true;
-      spec.flags += static_cast<char>(*f);
+      if (*f == u'-') conversion.bLeft = true;
+      conversion.flags += static_cast<char>(*f);
     }
     if (*f == u'*') {
-      spec.nWidth = va_arg(args, int);
+      conversion.nWidth = va_arg(args, int);
       f++;
     } else {
-      for (; *f >= u'0' && *f <= u'9'; f++) spec.nWidth = (spec.nWidth < 0 ? 0 : spec.nWidth * 10) + (*f - u'0');
+      for (; *f >= u'0' && *f <= u'9'; f++) conversion.nWidth = (conversion.nWidth < 0 ? 0 : conversion.nWidth * 10) + (*f - u'0');
     }
     if (*f == u'.') {
-      spec.nPrecision = 0;
-      for (f++; *f >= u'0' && *f <= u'9'; f++) spec.nPrecision = spec.nPrecision * 10 + (*f - u'0');
+      conversion.nPrecision = 0;
+      for (f++; *f >= u'0' && *f <= u'9'; f++) conversion.nPrecision = conversion.nPrecision * 10 + (*f - u'0');
     }
     for (;; f++) {
-      if (*f == u'l') spec.nLongs++;
-      else if (*f == u'h') spec.bShort = true;
-      else if (f[0] == u'I' && f[1] == u'6' && f[2] == u'4') { spec.nLongs = 2; f += 2; }
+      if (*f == u'l') conversion.nLongs++;
+      else if (*f == u'h') conversion.bShort = true;
+      else if (f[0] == u'I' && f[1] == u'6' && f[2] == u'4') { conversion.nLongs = 2; f += 2; }
       else break;
     }
     const char16_t conv = *f;
@@ -91,22 +91,22 @@ void CStringFormatter::Run(CAfxString& out, LPCTSTR f, va_list& args) {
       case u's': {
         LPCTSTR psz = va_arg(args, LPCTSTR);
         std::u16string_view text = psz ? psz : u"(null)";
-        if (spec.nPrecision >= 0) text = text.substr(0, static_cast<size_t>(spec.nPrecision));
-        Pad(out, text, spec);
+        if (conversion.nPrecision >= 0) text = text.substr(0, static_cast<size_t>(conversion.nPrecision));
+        Pad(out, text, conversion);
         break;
       }
       case u'S': {
         LPCSTR psz = va_arg(args, LPCSTR);
-        Pad(out, std::u16string_view(CA2W(psz ? psz : "(null)").str()), spec);
+        Pad(out, std::u16string_view(CA2W(psz ? psz : "(null)").str()), conversion);
         break;
       }
       case u'c': {
         const char16_t ch = static_cast<char16_t>(va_arg(args, int));
-        Pad(out, std::u16string_view(&ch, 1), spec);
+        Pad(out, std::u16string_view(&ch, 1), conversion);
         break;
       }
       case u'd': case u'i': case u'u': case u'x': case u'X': case u'o':
-        AppendNumber(out, spec, static_cast<char>(conv), args);
+        AppendNumber(out, conversion, static_cast<char>(conv), args);
         break;
       default:
         AfxThrowInvalidArgException();

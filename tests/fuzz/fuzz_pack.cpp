@@ -7,10 +7,6 @@
 #include <string>
 #include <vector>
 
-#include <xercesc/dom/DOMException.hpp>
-#include <xercesc/sax/SAXParseException.hpp>
-#include <xercesc/util/XMLException.hpp>
-
 #include "quillon/GenXMLInterface.h"
 #include "quillon/PackedImage.h"
 #include "tests/fuzz/FuzzSupport.h"
@@ -24,15 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   CGenXMLInterface xml(CString(path.c_str()), 0, CString());
   MakeParserSafe(*xml.GetParser());
   int nSize = 0, nNodes = 0;
-  try {
-    nNodes = xml.PreParseForSize(nSize);
-  } catch (const xercesc::SAXParseException&) {
-    return 0;
-  } catch (const xercesc::XMLException&) {
-    return 0;
-  } catch (const xercesc::DOMException&) {  // e.g. a declaration's version the DOM refuses
-    return 0;
-  }
+  if (!Parses([&] { nNodes = xml.PreParseForSize(nSize); })) return 0;
   // Guard bytes after the reported size show any write past it.
   std::vector<unsigned char> buffer(static_cast<size_t>(nSize) + 64, 0xA5);
   if (!xml.ParseFileAndPackToMemory(buffer.data())) std::abort();

@@ -64,17 +64,8 @@ class CList : public CObject {
     return reinterpret_cast<CNode*>(position);
   }
   CNode* NewNode(CNode* pPrev, CNode* pNext, ARG_TYPE value) {
-    if (m_pNodeFree == nullptr) {
-      CPlex* pNewBlock = CPlex::Create(m_pBlocks, m_nBlockSize, sizeof(CNode));
-      CNode* pNode = static_cast<CNode*>(pNewBlock->data()) + m_nBlockSize - 1;
-      for (INT_PTR i = m_nBlockSize - 1; i >= 0; i--, pNode--) {
-        pNode->pNext = m_pNodeFree;
-        m_pNodeFree = pNode;
-      }
-    }
-    CNode* pNode = m_pNodeFree;
+    CNode* pNode = CPlex::TakeNode(m_pBlocks, m_nBlockSize, m_pNodeFree);
     ::new (static_cast<void*>(&pNode->data)) TYPE(value);
-    m_pNodeFree = m_pNodeFree->pNext;
     pNode->pPrev = pPrev;
     pNode->pNext = pNext;
     m_nCount++;

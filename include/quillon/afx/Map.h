@@ -140,18 +140,9 @@ class CMap : public CObject {
   CAssoc* Insert(ARG_KEY key, UINT nHashValue) {
     if (m_pHashTable == nullptr) AllocBuckets();
     ReserveIndex();
-    if (m_pFreeList == nullptr) {
-      CPlex* pNewBlock = CPlex::Create(m_pBlocks, m_nBlockSize, sizeof(CAssoc));
-      CAssoc* pAssoc = static_cast<CAssoc*>(pNewBlock->data()) + m_nBlockSize - 1;
-      for (INT_PTR i = m_nBlockSize - 1; i >= 0; i--, pAssoc--) {
-        pAssoc->pNext = m_pFreeList;
-        m_pFreeList = pAssoc;
-      }
-    }
-    CAssoc* pAssoc = m_pFreeList;
+    CAssoc* pAssoc = CPlex::TakeNode(m_pBlocks, m_nBlockSize, m_pFreeList);
     ::new (static_cast<void*>(&pAssoc->key)) KEY(key);
     ::new (static_cast<void*>(&pAssoc->value)) VALUE();
-    m_pFreeList = m_pFreeList->pNext;
     m_nCount++;
     pAssoc->nHashValue = nHashValue;
     CAssoc*& pBucket = m_pHashTable[nHashValue % m_nHashTableSize];
