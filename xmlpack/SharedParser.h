@@ -1,7 +1,7 @@
 // The parser of a CGenXMLInterface and of its copies. It counts the objects that refer to it
 // and deletes itself with the last, so copies share one parser and one document.
 //
-// It is also its own error handler: without one, this parser version returns normally from a
+// It also carries its error handler: without one, this parser version returns normally from a
 // parse that hit a fatal error, where the object relies on the parse raising. Fatal errors are
 // raised; errors below fatal and warnings are ignored, as they would be without a handler.
 #pragma once
@@ -10,10 +10,10 @@
 #include <xercesc/sax/ErrorHandler.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 
-class CSharedDOMParser : public xercesc::XercesDOMParser, private xercesc::ErrorHandler {
+class CSharedDOMParser : public xercesc::XercesDOMParser {
  public:
   CSharedDOMParser() : XercesDOMParser(nullptr, xercesc::XMLPlatformUtils::fgMemoryManager, nullptr) {
-    setErrorHandler(this);
+    setErrorHandler(&m_fatalErrors);
   }
   void AddRef() { ++m_nRefs; }
   void Release() {
@@ -21,11 +21,14 @@ class CSharedDOMParser : public xercesc::XercesDOMParser, private xercesc::Error
   }
 
  private:
-  void warning(const xercesc::SAXParseException&) override {}
-  void error(const xercesc::SAXParseException&) override {}
-  void fatalError(const xercesc::SAXParseException& e) override { throw e; }
-  void resetErrors() override {}
+  class FatalErrorRaiser : public xercesc::ErrorHandler {
+    void warning(const xercesc::SAXParseException&) override {}
+    void error(const xercesc::SAXParseException&) override {}
+    void fatalError(const xercesc::SAXParseException& e) override { throw e; }
+    void resetErrors() override {}
+  };
 
+  FatalErrorRaiser m_fatalErrors;
   int m_nRefs = 1;
 };
 
