@@ -269,14 +269,4 @@ TEST(FailureTest, SizeThatWouldReachTwoGibibytesRaisesTheMemoryException) {
   EXPECT_EQ(nSize, -1);
 }
 
-TEST(FailureTest, DeeplyNestedDocumentIsWalkedWithoutExhaustingTheStack) {
-  const int nDepth = 200000;
-  std::string xml;
-  for (int i = 0; i < nDepth; i++) xml += "<e>";
-  for (int i = 0; i < nDepth; i++) xml += "</e>";
-  const Packed p = Pack(xml);
-  EXPECT_EQ(p.nodes, nDepth + 2);
-  EXPECT_EQ(p.read.records.back().depth, nDepth);
-}
-
 }  // namespace

@@ -3,16 +3,14 @@
 #include <memory>
 #include <set>
 #include <string_view>
-#include <vector>
 
 #include <xercesc/dom/DOMAttr.hpp>
 #include <xercesc/dom/DOMElement.hpp>
-#include <xercesc/dom/DOMNodeList.hpp>
 #include <xercesc/framework/LocalFileInputSource.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
 
 #include "tmx/DOMTreeErrorReporter.h"
-#include "tmx/DomText.h"
+#include "tmx/DomWalk.h"
 #include "tmx/UnitTags.h"
 
 using namespace xercesc;
@@ -41,29 +39,6 @@ struct InstalledErrorHandler {
   InstalledErrorHandler(XercesDOMParser& p, ErrorHandler* handler) : parser(p) { parser.setErrorHandler(handler); }
   ~InstalledErrorHandler() { parser.setErrorHandler(nullptr); }
 };
-
-// Calls visit for every element named exactly pszName, in document order. Walks sibling links
-// with its own stack: the parser's deep node lists and parent links pay a dynamic cast per node,
-// and nesting may be deeper than the machine stack.
-template <class Visit>
-void ForEachElementNamed(DOMNode* pRoot, const XMLCh* pszName, Visit visit) {
-  std::vector<DOMNode*> resume;  // where to go on after the current subtree
-  for (DOMNode* pNode = pRoot->getFirstChild();;) {
-    while (pNode == nullptr) {
-      if (resume.empty()) return;
-      pNode = resume.back();
-      resume.pop_back();
-    }
-    if (pNode->getNodeType() == DOMNode::ELEMENT_NODE && XMLString::equals(pNode->getNodeName(), pszName))
-      visit(static_cast<DOMElement*>(pNode));
-    DOMNode* pNext = pNode->getNextSibling();
-    if (DOMNode* pChild = pNode->getFirstChild()) {
-      if (pNext) resume.push_back(pNext);
-      pNext = pChild;
-    }
-    pNode = pNext;
-  }
-}
 
 // The memory file is copied whole, in one read from its start, into a buffer the parse uses.
 void ParseMemFile(XercesDOMParser& parser, CMemFile& file) {
@@ -97,12 +72,15 @@ bool CTmxParseEngine::SearchTmxForLanguages(CStringArray* pLanguages) {
   // The values live in the document; only the distinct ones become strings.
   std::set<std::u16string_view> languages;
   if (m_pDocument)
-    ForEachElementNamed(m_pDocument, u"tuv", [&languages](DOMElement* pVariant) {
+    ForEachDescendant(static_cast<DOMNode*>(m_pDocument), [&languages](DOMNode* pNode) {
+      if (pNode->getNodeType() != DOMNode::ELEMENT_NODE || !XMLString::equals(pNode->getNodeName(), u"tuv"))
+        return true;
       for (const XMLCh* pszName : {u"lang", u"xml:lang"}) {
-        const DOMNode* pAttribute = pVariant->getAttributeNode(pszName);
+        const DOMNode* pAttribute = static_cast<DOMElement*>(pNode)->getAttributeNode(pszName);
         const XMLCh* pszValue = pAttribute ? AttributeValue(pAttribute) : nullptr;
         if (pszValue && *pszValue) languages.insert(pszValue);
       }
+      return true;
     });
 
   if (pLanguages == nullptr) return true;

@@ -7,7 +7,7 @@
 
 #include "quillon/TmxParseEngine.h"
 #include "resources/resource.h"
-#include "tmx/DomText.h"
+#include "tmx/DomWalk.h"
 #include "tmx/UnitTags.h"
 
 using namespace xercesc;
@@ -144,22 +144,25 @@ class UnitFiler {
     File(unit.Key(), std::make_unique<CTmxTUV>(pszLanguage, pszSegment, strOwnNote));
   }
 
+  // Appends the variant to the unit filed under key, making the unit when there is none. A unit
+  // the host emptied with Delete gets a fresh list; a key the host filed as null takes nothing.
   void File(int key, std::unique_ptr<CTmxTUV> pTuv) {
     CTmxElementAddressAndTUV* pUnit = nullptr;
-    if (m_map.Lookup(key, pUnit)) {
-      if (pUnit == nullptr) return;  // the host keeps this key empty
-      if (pUnit->m_pTuvList == nullptr) pUnit->m_pTuvList = new TmxTuvList;
-      pUnit->m_pTuvList->Add(pTuv.get());
-      pTuv.release();
+    std::unique_ptr<CTmxElementAddressAndTUV> pNewUnit;
+    if (!m_map.Lookup(key, pUnit)) {
+      pNewUnit = std::make_unique<CTmxElementAddressAndTUV>();
+      pNewUnit->m_nElementAddress = key;
+      pUnit = pNewUnit.get();
+    } else if (pUnit == nullptr) {
       return;
     }
-    auto pNewUnit = std::make_unique<CTmxElementAddressAndTUV>();
-    pNewUnit->m_nElementAddress = key;
-    pNewUnit->m_pTuvList = new TmxTuvList;
-    pNewUnit->m_pTuvList->Add(pTuv.get());
+    if (pUnit->m_pTuvList == nullptr) pUnit->m_pTuvList = new TmxTuvList;
+    pUnit->m_pTuvList->Add(pTuv.get());
     pTuv.release();
-    m_map.SetAt(key, pNewUnit.get());
-    pNewUnit.release();
+    if (pNewUnit) {
+      m_map.SetAt(key, pUnit);
+      pNewUnit.release();
+    }
   }
 
   TmxUnitMap& m_map;
