@@ -18,14 +18,3 @@ CDumpContext& CDumpContext::operator<<(LPCTSTR lpsz) {
     std::fputs(CW2A(lpsz), stderr);
   return *this;
 }
-
-CDumpContext& CDumpContext::operator<<(int n) {
-  return *this << std::to_string(n).c_str();
-}
-
-void CDumpContext::Flush() {
-  if (m_pFile)
-    m_pFile->Flush();
-  else
-    std::fflush(stderr);
-}

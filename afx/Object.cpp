@@ -10,17 +10,7 @@ void* AfxAllocate(size_t nBytes) {
 
 CRuntimeClass CObject::classCObject = {"CObject", sizeof(CObject), nullptr, nullptr};
 
-BOOL CRuntimeClass::IsDerivedFrom(const CRuntimeClass* pBaseClass) const {
-  for (const CRuntimeClass* p = this; p; p = p->m_pBaseClass)
-    if (p == pBaseClass) return TRUE;
-  return FALSE;
-}
-
 CRuntimeClass* CObject::GetRuntimeClass() const { return &classCObject; }
 void CObject::Serialize(CArchive&) {}
 void CObject::AssertValid() const {}
 void CObject::Dump(CDumpContext&) const {}
-
-BOOL CObject::IsKindOf(const CRuntimeClass* pClass) const {
-  return GetRuntimeClass()->IsDerivedFrom(pClass);
-}

@@ -12,7 +12,6 @@ class AFX_CORE_API CArchive {
 
   BOOL IsLoading() const { return m_nMode == load; }
   BOOL IsStoring() const { return m_nMode == store; }
-  CFile* GetFile() const { return m_pFile; }
 
   // Counts: below 0xFFFF as 16 bits; else 0xFFFF then 32 bits; from 0xFFFFFFFF on,
   // 0xFFFFFFFF then 64 bits; all little-endian. A short read raises endOfFile.
@@ -21,8 +20,6 @@ class AFX_CORE_API CArchive {
   // Read returns the bytes read; fewer than asked means the archive ended.
   UINT_PTR Read(void* lpBuf, UINT_PTR nMax);
   void Write(const void* lpBuf, UINT_PTR nMax);
-  void Flush() { m_pFile->Flush(); }
-  void Close() { Flush(); }
 
  private:
   void ReadExactly(void* lpBuf, UINT_PTR nCount);

@@ -11,8 +11,6 @@ class AFX_CORE_API CDumpContext {
   CDumpContext& operator<<(LPCSTR lpsz);
   CDumpContext& operator<<(LPCTSTR lpsz);
   CDumpContext& operator<<(const CString& str) { return *this << str.GetString(); }
-  CDumpContext& operator<<(int n);
-  void Flush();
 
  private:
   CFile* m_pFile;

@@ -14,7 +14,6 @@ class AFX_CORE_API CFile : public CObject {
   // Returns the number of bytes read, fewer than asked only at the end of the data.
   virtual UINT Read(void* lpBuf, UINT nCount) = 0;
   virtual void Write(const void* lpBuf, UINT nCount) = 0;
-  virtual void Flush() {}
 };
 
 // A file in memory. It owns its buffer unless the buffer was attached by the caller.

@@ -30,14 +30,7 @@ class CList : public CObject {
     m_pNodeTail = pNode;
     return reinterpret_cast<POSITION>(pNode);
   }
-  POSITION AddHead(ARG_TYPE newElement) {
-    CNode* pNode = NewNode(nullptr, m_pNodeHead, newElement);
-    (m_pNodeHead ? m_pNodeHead->pPrev : m_pNodeTail) = pNode;
-    m_pNodeHead = pNode;
-    return reinterpret_cast<POSITION>(pNode);
-  }
   POSITION GetHeadPosition() const { return reinterpret_cast<POSITION>(m_pNodeHead); }
-  POSITION GetTailPosition() const { return reinterpret_cast<POSITION>(m_pNodeTail); }
   TYPE& GetNext(POSITION& rPosition) {
     CNode* pNode = Node(rPosition);
     rPosition = reinterpret_cast<POSITION>(pNode->pNext);
@@ -48,7 +41,6 @@ class CList : public CObject {
     rPosition = reinterpret_cast<POSITION>(pNode->pNext);
     return pNode->data;
   }
-  TYPE& GetAt(POSITION position) { return Node(position)->data; }
 
   void RemoveAll() {
     for (CNode* pNode = m_pNodeHead; pNode; pNode = pNode->pNext) pNode->data.~TYPE();

@@ -17,7 +17,6 @@ struct AFX_CORE_API CRuntimeClass {
   int m_nObjectSize;
   CRuntimeClass* m_pBaseClass;
   CRuntimeClass* m_pNextClass;  // chain of a module's classes
-  BOOL IsDerivedFrom(const CRuntimeClass* pBaseClass) const;
 };
 
 class AFX_CORE_API CObject {
@@ -28,7 +27,6 @@ class AFX_CORE_API CObject {
   virtual void AssertValid() const;
   virtual void Dump(CDumpContext& dc) const;
 
-  BOOL IsKindOf(const CRuntimeClass* pClass) const;
   static CRuntimeClass classCObject;
 
   // Objects of the class library raise the memory exception when they cannot be allocated.
