@@ -4,7 +4,7 @@ BUILD ?= build
 ASAN_BUILD ?= build-asan
 QUILLON = $(BUILD)/bin/quillon
 
-.PHONY: deps build demo test test-sanitize bench bench-peers fuzz memcheck clean
+.PHONY: deps build demo test test-sanitize bench bench-peers fuzz memcheck windows windows-test clean
 
 deps:
 	@scripts/install-deps
@@ -66,5 +66,18 @@ fuzz: deps
 	  grep -E "stat::number_of_executed_units|stat::peak_rss_mb" $(FUZZ_BUILD)/fuzz_$$t.log; \
 	done
 
+# The 64-bit Windows DLL and tool, cross-built with mingw-w64 (Xerces-C built once per machine
+# from Debian's source package), and the whole suite run under wine.
+WIN_BUILD ?= build-windows
+windows: deps
+	@QUILLON_WINDOWS=1 scripts/install-deps
+	@xerces=$$(scripts/build-xerces-mingw) && \
+	  cmake -S . -B $(WIN_BUILD) -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-w64.cmake -DCMAKE_BUILD_TYPE=Release \
+	    -DCMAKE_FIND_PACKAGE_PREFER_CONFIG=ON -DXercesC_DIR=$$xerces/cmake >/dev/null
+	@cmake --build $(WIN_BUILD) -j $(JOBS)
+
+windows-test: windows build
+	@scripts/windows-test $(WIN_BUILD) $(BUILD)
+
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD) $(WIN_BUILD)

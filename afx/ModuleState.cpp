@@ -1,16 +1,33 @@
 #include "quillon/afx/ExtensionModule.h"
 
+#include "quillon/afx/String.h"
+
+#if defined(_WIN32)
+int AfxWin32LoadString(HINSTANCE hInstance, UINT nID, const char16_t** ppText);
+#endif
+
 AFX_MODULE_STATE* AfxGetModuleState() {
   static AFX_MODULE_STATE state;
   return &state;
 }
 
-LPCTSTR AfxFindStringResource(HINSTANCE hInstance, UINT nID) {
-  if (hInstance == nullptr) return nullptr;
+BOOL AfxLoadStringResource(HINSTANCE hInstance, UINT nID, CString& str) {
+  if (hInstance == nullptr) return FALSE;
+#if defined(_WIN32)
+  const char16_t* pText = nullptr;
+  const int nLength = AfxWin32LoadString(hInstance, nID, &pText);
+  if (nLength <= 0) return FALSE;
+  str = CString(pText, nLength);
+  return TRUE;
+#else
   const auto* pDirectory = reinterpret_cast<const AFX_RESOURCE_DIRECTORY*>(hInstance);
   for (UINT i = 0; i < pDirectory->nStrings; i++)
-    if (pDirectory->pStrings[i].nID == nID) return pDirectory->pStrings[i].lpszText;
-  return nullptr;
+    if (pDirectory->pStrings[i].nID == nID) {
+      str = pDirectory->pStrings[i].lpszText;
+      return TRUE;
+    }
+  return FALSE;
+#endif
 }
 
 // The classes and factories that the module's static construction registered since the raw

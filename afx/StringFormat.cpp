@@ -143,10 +143,8 @@ void CString::Format(UINT nFormatID, ...) {
 // Looks in the host's own resources first, then along the chain of extension libraries.
 BOOL CString::LoadString(UINT nID) {
   AFX_MODULE_STATE* pState = AfxGetModuleState();
-  LPCTSTR psz = AfxFindStringResource(pState->m_hCurrentResourceHandle, nID);
-  for (CDynLinkLibrary* pDLL = pState->m_libraryList; psz == nullptr && pDLL; pDLL = pDLL->m_pNextDLL)
-    psz = AfxFindStringResource(pDLL->m_hResource, nID);
-  if (psz == nullptr) return FALSE;
-  *this = psz;
-  return TRUE;
+  if (AfxLoadStringResource(pState->m_hCurrentResourceHandle, nID, *this)) return TRUE;
+  for (CDynLinkLibrary* pDLL = pState->m_libraryList; pDLL; pDLL = pDLL->m_pNextDLL)
+    if (AfxLoadStringResource(pDLL->m_hResource, nID, *this)) return TRUE;
+  return FALSE;
 }

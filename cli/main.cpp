@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "cli/Arguments.h"
 #include "cli/Command.h"
 #include "cli/Errors.h"
 #include "quillon/Version.h"
@@ -13,6 +14,7 @@ int main(int argc, char** argv) {
   app.set_version_flag("--version", "quillon " QUILLON_VERSION_STRING);
   app.require_subcommand(1);
   app.fallthrough();
+  app.allow_windows_style_options(false);  // a path such as /tmp/x is not an option
   ParserSafety safety;
   app.add_flag("--allow-external", safety.bAllowExternal,
                "Let the parser load external DTDs and entities, without an expansion limit");
@@ -21,8 +23,12 @@ int main(int argc, char** argv) {
   AddUnitsCommand(app, pending);
   AddPackCommands(app, pending);
 
+  UseBinaryStandardStreams();
+  std::vector<std::string> arguments = Utf8Arguments(argc, argv);
+  std::vector<char*> utf8Argv;
+  for (std::string& argument : arguments) utf8Argv.push_back(argument.data());
   try {
-    app.parse(argc, argv);
+    app.parse(static_cast<int>(utf8Argv.size()), utf8Argv.data());
   } catch (const CLI::Success& e) {
     return app.exit(e);
   } catch (const CLI::ParseError& e) {

@@ -35,7 +35,7 @@ BOOL WINAPI RawDllMain(HINSTANCE, DWORD dwReason, LPVOID) {
   return TRUE;
 }
 
-BOOL APIENTRY DllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID) {
+extern "C" BOOL APIENTRY DllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID) {
   if (dwReason == DLL_PROCESS_ATTACH) {
     try {
       g_moduleSteps.StartParserPlatform();

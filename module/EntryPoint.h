@@ -20,4 +20,5 @@ extern AFX_EXTENSION_MODULE ExtensionModule;
 // Runs before the library's static objects are constructed, as the class library requires of
 // an extension module.
 BOOL WINAPI RawDllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID lpReserved);
-BOOL APIENTRY DllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID lpReserved);
+// The loader's entry point on Windows; elsewhere the load trigger calls it.
+extern "C" BOOL APIENTRY DllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID lpReserved);

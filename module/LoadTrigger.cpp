@@ -1,6 +1,9 @@
-// This platform's loader calls no entry point: the shared object's initialisation and
-// finalisation deliver the attach and detach notifications instead. A failed attach is
-// answered at once with the one detach pass that the Windows loader would make.
+// What runs around the entry point when the library loads. The raw attach hook runs before the
+// library's static objects are constructed (priority 101 comes before every default-priority
+// constructor). On Windows the loader then calls DllMain itself; elsewhere the loader calls no
+// entry point, so the shared object's initialisation and finalisation deliver the attach and
+// detach notifications, and a failed attach is answered at once with the one detach pass that
+// the Windows loader would make.
 #include "module/EntryPoint.h"
 #include "resources/StringTable.h"
 
@@ -8,9 +11,9 @@ namespace {
 
 HINSTANCE ModuleHandle() { return AfxResourceHandle(g_moduleResources); }
 
-// Priority 101 runs before every static object of the library is constructed.
 [[gnu::constructor(101)]] void RawAttach() { RawDllMain(ModuleHandle(), DLL_PROCESS_ATTACH, nullptr); }
 
+#if !defined(_WIN32)
 struct LoadTrigger {
   BOOL bAttached;
   LoadTrigger() : bAttached(DllMain(ModuleHandle(), DLL_PROCESS_ATTACH, nullptr)) {
@@ -20,5 +23,6 @@ struct LoadTrigger {
     if (bAttached) DllMain(ModuleHandle(), DLL_PROCESS_DETACH, nullptr);
   }
 } trigger;
+#endif
 
 }  // namespace

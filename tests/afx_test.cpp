@@ -44,6 +44,9 @@ TEST(CStringTest, FormatTakesUtf16TextIntegersAndPercent) {
 }
 
 TEST(CStringTest, FormatWithResourceIdLoadsFromRegisteredModule) {
+#if defined(_WIN32)
+  GTEST_SKIP() << "string tables are the modules' own resources on Windows";
+#endif
   static const AFX_STRING_RESOURCE strings[] = {{7, u"%s and %s"}};
   static const AFX_RESOURCE_DIRECTORY directory = {strings, 1};
   AFX_EXTENSION_MODULE module = {};

@@ -3,7 +3,7 @@
 # usage: cli_test.sh QUILLON  (run from the source tree's top)
 set -u
 quillon=$1
-tmp=$(mktemp -d)
+tmp=$(mktemp -d .cli-test.XXXXXX)  # relative: a Windows build under wine takes no Unix absolute path
 trap 'rm -rf "$tmp"' EXIT
 passed=0 failed=0
 
@@ -64,8 +64,9 @@ expect absent-dtd-allowed 1 '^$' "^$tmp/dtd.tmx:1:[0-9]+: error: " -- "$quillon"
 printf '<!DOCTYPE tmx SYSTEM "http://127.0.0.1:9/tmx14.dtd"><tmx><body><tu><tuv lang="en"/></tu></body></tmx>' >"$tmp/http.tmx"
 expect http-dtd-not-fetched 0 "^en$N\$" '^$' -- "$quillon" languages "$tmp/http.tmx"
 printf 's3cret' >"$tmp/secret.txt"
-printf '<!DOCTYPE tmx [<!ENTITY x SYSTEM "%s">]><tmx><body>\n<tu><tuv lang="en"><seg>&x;</seg></tuv></tu></body></tmx>' \
-  "$tmp/secret.txt" >"$tmp/xxe.tmx"
+# The entity's path is relative to the document.
+printf '<!DOCTYPE tmx [<!ENTITY x SYSTEM "secret.txt">]><tmx><body>\n<tu><tuv lang="en"><seg>&x;</seg></tuv></tu></body></tmx>' \
+  >"$tmp/xxe.tmx"
 expect external-entity-refused 1 '^$' "^$tmp/xxe.tmx:2:[0-9]+: error: unable to open external entity" -- "$quillon" units "$tmp/xxe.tmx"
 expect external-entity-allowed 0 "^0${T}en${T}s3cret${T}$N\$" '^$' -- "$quillon" units --allow-external "$tmp/xxe.tmx"
 laughs='<!DOCTYPE t [<!ENTITY a0 "lol">'

@@ -2,8 +2,6 @@
 // real load and unload of the shared library.
 #include <gtest/gtest.h>
 
-#include <dlfcn.h>
-
 #include <string>
 #include <vector>
 
@@ -12,6 +10,7 @@
 #include <xercesc/util/XMLException.hpp>
 
 #include "module/EntryPoint.h"
+#include "tests/Platform.h"
 
 using namespace xercesc;
 
@@ -116,13 +115,13 @@ TEST_F(EntryPointTest, RawHookSetsClassChainAsideForTheModule) {
 
 TEST(SharedLibraryTest, LoadingStartsTheParserPlatformAndUnloadingStopsIt) {
   ASSERT_EQ(XMLPlatformUtils::fgMemoryManager, nullptr);
-  void* handle = dlopen(QUILLON_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-  ASSERT_NE(handle, nullptr) << dlerror();
+  void* handle = OpenSharedLibrary(QUILLON_LIBRARY);
+  ASSERT_NE(handle, nullptr);
   EXPECT_NE(XMLPlatformUtils::fgMemoryManager, nullptr);
   CString merge;
   EXPECT_TRUE(merge.LoadString(1));  // the module's string table is reachable
   EXPECT_EQ(merge, u"%s\n\n%s");
-  EXPECT_EQ(dlclose(handle), 0);
+  EXPECT_TRUE(CloseSharedLibrary(handle));
   EXPECT_EQ(XMLPlatformUtils::fgMemoryManager, nullptr);
   EXPECT_FALSE(merge.LoadString(1));
 }

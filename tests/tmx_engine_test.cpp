@@ -3,6 +3,7 @@
 
 #include <xercesc/sax/SAXParseException.hpp>
 
+#include "tests/Platform.h"
 #include "tests/TmxTestSupport.h"
 
 namespace {
@@ -118,6 +119,15 @@ TEST(ParseErrorTest, MalformedDocumentRaisesWithItsLineAndLeavesStateAlone) {
   }
   EXPECT_EQ(engine.m_pDocument, pBefore);
   EXPECT_EQ(Strings(languages), Strs{"keep"});
+}
+
+TEST(InputChoiceTest, PathWithNonAsciiLettersReachesTheParserUnchanged) {
+  const std::u16string path = std::u16string(CA2W(testing::TempDir().c_str()).str()) + u"m\u00e9moire-\u7ffb\u8a33.tmx";
+  ASSERT_TRUE(WriteNamedFile(path, Tmx(R"(<tu><tuv lang="fr"/></tu>)")));
+  CTmxParseEngine engine(CString(path.c_str()), nullptr, nullptr);
+  CStringArray languages;
+  EXPECT_TRUE(engine.SearchTmxForLanguages(&languages));
+  EXPECT_EQ(Strings(languages), Strs{"fr"});
 }
 
 TEST(ParseErrorTest, MissingFileRaisesTheParsersException) {

@@ -7,8 +7,8 @@
 class COleObjectFactory;
 class CDynLinkLibrary;
 
-// On this platform a module's instance handle points at its resource directory: the string
-// table that the module's resources carry.
+// String resources. On Windows they are the module's own resources. Elsewhere a module's
+// instance handle points at its resource directory: the string table the module carries.
 struct AFX_STRING_RESOURCE {
   UINT nID;
   LPCTSTR lpszText;
@@ -20,8 +20,9 @@ struct AFX_RESOURCE_DIRECTORY {
 inline HINSTANCE AfxResourceHandle(const AFX_RESOURCE_DIRECTORY& directory) {
   return reinterpret_cast<HINSTANCE>(const_cast<AFX_RESOURCE_DIRECTORY*>(&directory));
 }
-// The text of string resource nID in the module, or null.
-AFX_CORE_API LPCTSTR AFXAPI AfxFindStringResource(HINSTANCE hInstance, UINT nID);
+class CString;
+// Loads string resource nID of the module into str; FALSE when the module has none.
+AFX_CORE_API BOOL AFXAPI AfxLoadStringResource(HINSTANCE hInstance, UINT nID, CString& str);
 
 struct AFX_EXTENSION_MODULE {
   BOOL bInitialized;

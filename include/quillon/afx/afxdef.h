@@ -45,8 +45,12 @@ typedef __POSITION* POSITION;
 #define DLL_THREAD_ATTACH 2
 #define DLL_THREAD_DETACH 3
 
-#define WINAPI
-#define APIENTRY
+#if defined(_WIN32)
+#  define WINAPI __stdcall
+#else
+#  define WINAPI
+#endif
+#define APIENTRY WINAPI
 #define AFXAPI
 
 // AFX_CORE_API exports the class library itself; AFX_EXT_CLASS and AFX_EXT_API export what an

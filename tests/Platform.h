@@ -1,0 +1,12 @@
+// What the tests do differently on each platform, kept apart from the class library's headers:
+// the platform's own declare the Windows types differently.
+#pragma once
+
+#include <string>
+
+// Loading and unloading a shared library, as a host does.
+void* OpenSharedLibrary(const char* path);
+bool CloseSharedLibrary(void* handle);
+
+// Writes a file whose name is UTF-16 text, whatever letters it holds.
+bool WriteNamedFile(const std::u16string& path, const std::string& bytes);
