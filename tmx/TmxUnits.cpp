@@ -71,7 +71,7 @@ void CTmxParseEngine::DeleteMapObject(TmxUnitMap*& pMap) {
     pMap->GetNextAssoc(pos, key, pUnit);
     units.push_back({key, pUnit});
   }
-  std::sort(units.begin(), units.end());
+  std::sort(units.begin(), units.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
   for (auto& [key, pUnit] : units) {
     if (pUnit == nullptr) continue;
     pUnit->Delete();
