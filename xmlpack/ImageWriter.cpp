@@ -129,7 +129,7 @@ void CGenXMLInterface::PackElementToMemory(DOMNode* pElement, int nDepth) {
 
 bool CGenXMLInterface::PackNodeToMemory(DOMNode* pNode, int nDepth, bool, bool bHasChildren, bool bPreserve) {
   const XMLCh* pszName = OrEmpty(pNode->getNodeName());
-  const XMLCh* pszValue = u"";
+  const XMLCh* pszValue = OrEmpty(pNode->getNodeValue());  // a comment's value is its whole text
   CString composedName, composedValue;  // only for the texts that the record makes up itself
   BYTE flags[8] = {};
   switch (pNode->getNodeType()) {
@@ -149,19 +149,15 @@ bool CGenXMLInterface::PackNodeToMemory(DOMNode* pNode, int nDepth, bool, bool b
       break;
     case DOMNode::PROCESSING_INSTRUCTION_NODE:
       flags[IsProcessingInstruction] = 1;
-      pszValue = OrEmpty(pNode->getNodeValue());
       break;
     case DOMNode::CDATA_SECTION_NODE:
       flags[IsCDataSection] = 1;
-      pszValue = OrEmpty(pNode->getNodeValue());
       break;
     case DOMNode::ATTRIBUTE_NODE:
       flags[IsEntitiesAttribute] = QueryValidator(pNode) == u"ENTITY(IES)";
-      pszValue = OrEmpty(pNode->getNodeValue());
       nDepth = -1;
       break;
-    default:  // a comment's value is its whole text
-      pszValue = OrEmpty(pNode->getNodeValue());
+    default:
       break;
   }
   if (XMLString::equals(pszName, u"#text")) {
