@@ -77,6 +77,11 @@ void CString::Append(LPCTSTR pch, int nLength) {
   if (nLength) m_str.append(pch, static_cast<size_t>(nLength));
 }
 
+void CString::SetString(LPCTSTR pch, int nLength) {
+  if (nLength < 0 || (pch == nullptr && nLength > 0)) AfxThrowInvalidArgException();
+  m_str.assign(pch ? pch : u"", static_cast<size_t>(nLength));
+}
+
 TCHAR CString::GetAt(int i) const {
   if (i < 0 || i >= GetLength()) AfxThrowInvalidArgException();
   return m_str[static_cast<size_t>(i)];

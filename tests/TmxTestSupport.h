@@ -6,9 +6,20 @@
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "quillon/TmxParseEngine.h"
+#include "quillon/TmxUnitReader.h"
 
 inline std::string Utf8(const CString& s) { return CW2A(s.GetString()).str(); }
+
+using Units = std::map<int, std::vector<std::string>>;
+
+// A unit's variants as "language|segment|note".
+inline std::string Variant(const CTmxTUV& t) {
+  return Utf8(t.m_strLanguage) + "|" + Utf8(t.m_strSegment) + "|" + Utf8(t.m_strNote);
+}
+
 
 // An engine that has parsed the given TMX text from a memory file.
 class ParsedTmx {
@@ -38,18 +49,15 @@ class UnitMap {
   }
   TmxUnitMap& operator*() { return *pMap; }
   // Each unit's variants as "language|segment|note", by key.
-  std::map<int, std::vector<std::string>> Units() const {
-    std::map<int, std::vector<std::string>> units;
+  ::Units Units() const {
+    ::Units units;
     for (POSITION pos = pMap->GetStartPosition(); pos;) {
       int key;
       CTmxElementAddressAndTUV* pUnit;
       pMap->GetNextAssoc(pos, key, pUnit);
       auto& variants = units[key];
       if (pUnit && pUnit->m_pTuvList)
-        for (INT_PTR i = 0; i < pUnit->m_pTuvList->GetSize(); i++) {
-          const CTmxTUV* t = (*pUnit->m_pTuvList)[i];
-          variants.push_back(Utf8(t->m_strLanguage) + "|" + Utf8(t->m_strSegment) + "|" + Utf8(t->m_strNote));
-        }
+        for (INT_PTR i = 0; i < pUnit->m_pTuvList->GetSize(); i++) variants.push_back(Variant(*(*pUnit->m_pTuvList)[i]));
     }
     return units;
   }
@@ -58,6 +66,45 @@ class UnitMap {
  private:
   CTmxParseEngine& m_engine;
 };
+
+// The units that the streaming reader delivers, with the bilingual rules for a pair and the
+// multilingual rules without one. Keys rise in document order.
+inline Units StreamedUnits(const std::string& text, const char16_t* pszFirst = nullptr,
+                           const char16_t* pszSecond = nullptr, bool* pResult = nullptr) {
+  std::string bytes = text;
+  CMemFile file(reinterpret_cast<BYTE*>(bytes.data()), static_cast<UINT>(bytes.size()));
+  auto reader = pszFirst ? std::make_unique<CTmxUnitReader>(CString(pszFirst), CString(pszSecond))
+                         : std::make_unique<CTmxUnitReader>();
+  reader->Open(&file);
+  Units units;
+  while (reader->ReadNextUnit()) {
+    EXPECT_TRUE(units.empty() || reader->GetKey() > units.rbegin()->first) << "keys out of document order";
+    auto& variants = units[reader->GetKey()];
+    for (INT_PTR i = 0; i < reader->GetVariantCount(); i++) variants.push_back(Variant(reader->GetVariant(i)));
+  }
+  if (pResult) *pResult = reader->GetResult();
+  return units;
+}
+
+// The units that a builder files into a fresh map, checked against the streaming reader's.
+inline Units BuiltUnits(const std::string& text, const char16_t* pszFirst = nullptr,
+                        const char16_t* pszSecond = nullptr, bool* pResult = nullptr) {
+  ParsedTmx tmx(text);
+  UnitMap map(tmx.engine);
+  bool bResult;
+  if (pszFirst) {
+    tmx.engine.m_strFirstLanguage = pszFirst;
+    tmx.engine.m_strSecondLanguage = pszSecond;
+    bResult = tmx.engine.CreateDataStructures(*map);
+  } else {
+    bResult = tmx.engine.CreateMultilingualDataStructures(*map);
+  }
+  bool bStreamResult = !bResult;
+  EXPECT_EQ(StreamedUnits(text, pszFirst, pszSecond, &bStreamResult), map.Units()) << "the stream differs";
+  EXPECT_EQ(bStreamResult, bResult) << "the stream's result differs";
+  if (pResult) *pResult = bResult;
+  return map.Units();
+}
 
 // A TMX document around the given body content.
 inline std::string Tmx(const std::string& body) {

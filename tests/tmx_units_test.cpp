@@ -8,26 +8,13 @@
 
 namespace {
 
-using Units = std::map<int, std::vector<std::string>>;
 using Variants = std::vector<std::string>;
 
 Units Bilingual(const std::string& xml, const char16_t* first, const char16_t* second, bool* pResult = nullptr) {
-  ParsedTmx tmx(xml);
-  tmx.engine.m_strFirstLanguage = first;
-  tmx.engine.m_strSecondLanguage = second;
-  UnitMap map(tmx.engine);
-  const bool bResult = tmx.engine.CreateDataStructures(*map);
-  if (pResult) *pResult = bResult;
-  return map.Units();
+  return BuiltUnits(xml, first, second, pResult);
 }
 
-Units Multilingual(const std::string& xml, bool* pResult = nullptr) {
-  ParsedTmx tmx(xml);
-  UnitMap map(tmx.engine);
-  const bool bResult = tmx.engine.CreateMultilingualDataStructures(*map);
-  if (pResult) *pResult = bResult;
-  return map.Units();
-}
+Units Multilingual(const std::string& xml, bool* pResult = nullptr) { return BuiltUnits(xml, nullptr, nullptr, pResult); }
 
 const char kThreeUnits[] =
     "\n<tu><tuv lang='en'><seg>a</seg></tuv></tu>\n<tu><tuv lang='en'><seg>b</seg></tuv></tu>\n"

@@ -1,4 +1,5 @@
 #include "tmx/UnitMapBuilder.h"
+#include "tmx/UnitRules.h"
 
 using namespace xercesc;
 
@@ -6,16 +7,6 @@ using namespace xercesc;
 // every time, which turns a body of many units quadratic.
 void CollectChildNodes(DOMNodeList* pChildren, TmxNodeList& list) {
   DOMNode* pFirst = pChildren ? pChildren->item(0) : nullptr;
-  if (pFirst == nullptr) return;
-  switch (pFirst->getNodeType()) {
-    case DOMNode::TEXT_NODE:
-    case DOMNode::CDATA_SECTION_NODE:
-    case DOMNode::COMMENT_NODE:
-    case DOMNode::PROCESSING_INSTRUCTION_NODE:
-      pFirst = pFirst->getNextSibling();
-      break;
-    default:  // a body written without whitespace before its first unit keeps that unit
-      break;
-  }
+  if (pFirst && UnitRules::LeftOutWhenFirst(pFirst->getNodeType())) pFirst = pFirst->getNextSibling();
   for (DOMNode* pNode = pFirst; pNode; pNode = pNode->getNextSibling()) list.AddTail(pNode);
 }

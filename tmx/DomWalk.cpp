@@ -2,28 +2,37 @@
 
 using namespace xercesc;
 
-CString TextContent(const DOMNode* pRoot) {
+namespace {
+
+bool IsText(const DOMNode* pNode) {
+  const short nType = pNode->getNodeType();
+  return nType == DOMNode::TEXT_NODE || nType == DOMNode::CDATA_SECTION_NODE;
+}
+
+TextView View(const XMLCh* psz) { return psz ? TextView(psz) : TextView(); }
+
+}  // namespace
+
+TextView TextContent(const DOMNode* pRoot, CString& composed) {
   switch (pRoot->getNodeType()) {
     case DOMNode::ELEMENT_NODE:
     case DOMNode::ENTITY_REFERENCE_NODE:
     case DOMNode::DOCUMENT_FRAGMENT_NODE:
       break;
     default:
-      return CString(pRoot->getNodeValue());
+      return View(pRoot->getNodeValue());
   }
-  CString text;
-  ForEachDescendant(pRoot, [&text](const DOMNode* pNode) {
-    switch (pNode->getNodeType()) {
-      case DOMNode::TEXT_NODE:
-      case DOMNode::CDATA_SECTION_NODE:
-        text += pNode->getNodeValue();
-        return false;
-      case DOMNode::ELEMENT_NODE:
-      case DOMNode::ENTITY_REFERENCE_NODE:
-        return true;
-      default:  // comments and processing instructions hold no text content
-        return false;
+  const DOMNode* pFirst = pRoot->getFirstChild();
+  if (pFirst && pFirst->getNextSibling() == nullptr && IsText(pFirst)) return View(pFirst->getNodeValue());
+  composed.Empty();
+  ForEachDescendant(pRoot, [&composed](const DOMNode* pNode) {
+    if (IsText(pNode)) {
+      composed += pNode->getNodeValue();
+      return false;
     }
+    // comments and processing instructions hold no text content
+    const short nType = pNode->getNodeType();
+    return nType == DOMNode::ELEMENT_NODE || nType == DOMNode::ENTITY_REFERENCE_NODE;
   });
-  return text;
+  return TextView(composed.GetString(), static_cast<size_t>(composed.GetLength()));
 }

@@ -8,6 +8,7 @@
 #include <xercesc/dom/DOMNode.hpp>
 
 #include "quillon/afx.h"
+#include "tmx/UnitRules.h"
 
 // Calls visit(node) for every descendant of pRoot in document order; visit returns whether to
 // walk the node's children too.
@@ -40,5 +41,6 @@ inline const XMLCh* AttributeValue(const xercesc::DOMNode* pAttribute) {
 }
 
 // The DOM's text content of a node, without the parser's own copy (which would stay in the
-// document's memory until the document is released).
-CString TextContent(const xercesc::DOMNode* pNode);
+// document's memory until the document is released): the node's own text where it has it,
+// else composed in composed.
+TextView TextContent(const xercesc::DOMNode* pNode, CString& composed);

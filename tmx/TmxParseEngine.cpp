@@ -1,8 +1,6 @@
 #include "quillon/TmxParseEngine.h"
 
 #include <memory>
-#include <set>
-#include <string_view>
 
 #include <xercesc/dom/DOMAttr.hpp>
 #include <xercesc/dom/DOMElement.hpp>
@@ -11,6 +9,7 @@
 
 #include "tmx/DOMTreeErrorReporter.h"
 #include "tmx/DomWalk.h"
+#include "tmx/LanguageSet.h"
 #include "tmx/UnitTags.h"
 
 using namespace xercesc;
@@ -69,23 +68,20 @@ bool CTmxParseEngine::SearchTmxForLanguages(CStringArray* pLanguages) {
   if (m_pDocument != m_parser.getDocument()) UnhookTaggedDocument(m_pDocument);
   m_pDocument = m_parser.getDocument();
 
-  // The values live in the document; only the distinct ones become strings.
-  std::set<std::u16string_view> languages;
+  LanguageSet languages;
   if (m_pDocument)
     ForEachDescendant(static_cast<DOMNode*>(m_pDocument), [&languages](DOMNode* pNode) {
-      if (pNode->getNodeType() != DOMNode::ELEMENT_NODE || !XMLString::equals(pNode->getNodeName(), u"tuv"))
+      if (pNode->getNodeType() != DOMNode::ELEMENT_NODE || !LanguageSet::IsVariantTag(pNode->getNodeName()))
         return true;
-      for (const XMLCh* pszName : {u"lang", u"xml:lang"}) {
+      for (LPCTSTR pszName : LanguageSet::kAttributes) {
         const DOMNode* pAttribute = static_cast<DOMElement*>(pNode)->getAttributeNode(pszName);
-        const XMLCh* pszValue = pAttribute ? AttributeValue(pAttribute) : nullptr;
-        if (pszValue && *pszValue) languages.insert(pszValue);
+        if (pAttribute) languages.Add(AttributeValue(pAttribute));
       }
       return true;
     });
 
   if (pLanguages == nullptr) return true;
-  for (std::u16string_view language : languages)
-    pLanguages->SetAtGrow(pLanguages->GetSize(), CString(language.data(), static_cast<int>(language.size())));
+  languages.AppendTo(*pLanguages);
   return pLanguages->GetSize() > 0;
 }
 

@@ -6,152 +6,28 @@
 #include <xercesc/dom/DOMNamedNodeMap.hpp>
 
 #include "quillon/TmxParseEngine.h"
-#include "resources/resource.h"
 #include "tmx/DomWalk.h"
+#include "tmx/UnitRules.h"
 #include "tmx/UnitTags.h"
 
 using namespace xercesc;
 
 namespace {
 
-bool NameIs(const DOMNode* pNode, const XMLCh* pszLowerName) {
-  return AfxCompareNoCase(pNode->getNodeName(), pszLowerName) == 0;
-}
-
-bool IsElementNamed(const DOMNode* pNode, const XMLCh* pszLowerName) {
-  return pNode->getNodeType() == DOMNode::ELEMENT_NODE && NameIs(pNode, pszLowerName);
-}
-
-// A note's text replaces the kept note unless it is empty.
-void TakeNote(const DOMNode* pNote, CString& strNote) {
-  CString text = TextContent(pNote);
-  if (!text.IsEmpty()) strNote = std::move(text);
-}
-
-// The unit note, two line feeds, then the variant's own note.
-void MergeNotes(CString& strOwnNote, const CString& strUnitNote) {
-  if (strOwnNote.IsEmpty()) {
-    strOwnNote = strUnitNote;
-  } else if (!strUnitNote.IsEmpty()) {
-    CString merged;
-    merged.Format(IDS_NOTE_MERGE, strUnitNote.GetString(), strOwnNote.GetString());
-    strOwnNote = std::move(merged);
-  }
-}
-
-// Each child with a value becomes the text, unless the whole text content contains it and is
-// longer: plain text gives itself, mixed content gives everything inline elements hold too. The
-// text of a seg with one child is that child's value, returned in place; other texts are made
-// in composed.
-const XMLCh* WholeSegmentText(const DOMNode* pSeg, CString& composed) {
-  const DOMNode* pFirst = pSeg->getFirstChild();
-  if (pFirst->getNextSibling() == nullptr) return pFirst->getNodeValue();
-  CString& segment = composed;
-  CString content;
-  bool bContentKnown = false;
-  for (const DOMNode* pChild = pFirst; pChild; pChild = pChild->getNextSibling()) {
-    const XMLCh* pszValue = pChild->getNodeValue();
-    if (pszValue == nullptr) continue;
-    segment = pszValue;
-    if (!bContentKnown) {
-      content = TextContent(pSeg);
-      bContentKnown = true;
-    }
-    if (content.Find(segment) >= 0 && content.GetLength() > segment.GetLength()) segment = content;
-  }
-  return segment;
-}
-
-// The tu being walked: its note, and its key, read back from its tag once a variant needs it.
-struct Unit {
-  DOMNode* pNode;
-  CString strNote;
-  const int* pKey = nullptr;
-
-  int Key() {
-    if (pKey == nullptr) pKey = static_cast<const int*>(pNode->getUserData(kUnitKeyTag));
-    return *pKey;
-  }
-};
-
-class UnitFiler {
+// Files variants into a unit map: a new key gets a unit, a unit the host emptied with Delete
+// gets a fresh list, and a key the host filed as null takes nothing.
+class MapSink : public UnitSink {
  public:
-  UnitFiler(DOMDocument& document, TmxUnitMap& map, const UnitBuildRules& rules)
-      : m_map(map), m_rules(rules), m_pKeyCounter(NewUnitKeyCounter(document)) {}
+  explicit MapSink(TmxUnitMap& map) : m_map(map) {}
 
-  void FileChain(const TmxNodeList& chain) {
-    for (POSITION pos = chain.GetHeadPosition(); pos;) {
-      DOMNode* pNode = chain.GetNext(pos);
-      if (m_rules.bKeysCountEveryNode) ++*m_pKeyCounter;
-      if (!IsElementNamed(pNode, u"tu")) continue;
-      if (!m_rules.bKeysCountEveryNode) ++*m_pKeyCounter;
-      FileUnit(pNode);
-    }
-  }
-
- private:
-  void FileUnit(DOMNode* pNode) {
-    Unit unit{pNode, CString()};
-    pNode->setUserData(kUnitKeyTag, m_pKeyCounter, nullptr);
-    for (DOMNode* pChild = pNode->getFirstChild(); pChild; pChild = pChild->getNextSibling()) {
-      if (NameIs(pChild, u"note"))
-        TakeNote(pChild, unit.strNote);
-      else if (NameIs(pChild, u"tuv"))
-        FileVariants(unit, pChild);
-    }
-  }
-
-  // Attribute maps come sorted by name, so of lang and xml:lang the later one decides.
-  static const XMLCh* VariantLanguage(const DOMNode* pVariant) {
-    const XMLCh* pszLanguage = nullptr;
-    if (const DOMNamedNodeMap* pAttributes = pVariant->getAttributes()) {
-      const XMLSize_t nAttributes = pAttributes->getLength();
-      for (XMLSize_t i = 0; i < nAttributes; i++) {
-        const DOMNode* pAttribute = pAttributes->item(i);
-        if (NameIs(pAttribute, u"lang") || NameIs(pAttribute, u"xml:lang")) pszLanguage = AttributeValue(pAttribute);
-      }
-    }
-    return pszLanguage;
-  }
-
-  bool Keeps(const XMLCh* pszLanguage) const {
-    if (m_rules.pFirstLanguage == nullptr) return true;
-    return AfxCompareNoCase(pszLanguage, *m_rules.pSecondLanguage) == 0 ||
-           AfxCompareNoCase(pszLanguage, *m_rules.pFirstLanguage) == 0;
-  }
-
-  void FileVariants(Unit& unit, const DOMNode* pVariant) {
-    const XMLCh* pszLanguage = VariantLanguage(pVariant);
-    CString strOwnNote;
-    for (const DOMNode* pChild = pVariant->getFirstChild(); pChild; pChild = pChild->getNextSibling()) {
-      if (NameIs(pChild, u"note"))
-        TakeNote(pChild, strOwnNote);
-      else if (NameIs(pChild, u"seg") && Keeps(pszLanguage))
-        FileSegment(unit, pChild, pszLanguage, strOwnNote);
-    }
-  }
-
-  void FileSegment(Unit& unit, const DOMNode* pSeg, const XMLCh* pszLanguage, CString& strOwnNote) {
-    CString composed;
-    const XMLCh* pszSegment = nullptr;
-    if (m_rules.bWholeSegmentText) {
-      if (!pSeg->hasChildNodes()) return;
-      pszSegment = WholeSegmentText(pSeg, composed);
-    } else if (const DOMNode* pFirst = pSeg->getFirstChild()) {
-      pszSegment = pFirst->getNodeValue();
-    }
-    MergeNotes(strOwnNote, unit.strNote);
-    File(unit.Key(), std::make_unique<CTmxTUV>(pszLanguage, pszSegment, strOwnNote));
-  }
-
-  // Appends the variant to the unit filed under key, making the unit when there is none. A unit
-  // the host emptied with Delete gets a fresh list; a key the host filed as null takes nothing.
-  void File(int key, std::unique_ptr<CTmxTUV> pTuv) {
+  void FileVariant(int nKey, LPCTSTR pszLanguage, TextView segment, const CString& strNote) override {
+    auto pTuv = std::make_unique<CTmxTUV>(pszLanguage, nullptr, strNote);
+    pTuv->m_strSegment.SetString(segment.data(), static_cast<int>(segment.size()));
     CTmxElementAddressAndTUV* pUnit = nullptr;
     std::unique_ptr<CTmxElementAddressAndTUV> pNewUnit;
-    if (!m_map.Lookup(key, pUnit)) {
+    if (!m_map.Lookup(nKey, pUnit)) {
       pNewUnit = std::make_unique<CTmxElementAddressAndTUV>();
-      pNewUnit->m_nElementAddress = key;
+      pNewUnit->m_nElementAddress = nKey;
       pUnit = pNewUnit.get();
     } else if (pUnit == nullptr) {
       return;
@@ -160,31 +36,104 @@ class UnitFiler {
     pUnit->m_pTuvList->Add(pTuv.get());
     pTuv.release();
     if (pNewUnit) {
-      m_map.SetAt(key, pUnit);
+      m_map.SetAt(nKey, pUnit);
       pNewUnit.release();
     }
   }
 
+ private:
   TmxUnitMap& m_map;
-  const UnitBuildRules& m_rules;
-  int* m_pKeyCounter;
+};
+
+const XMLCh* VariantLanguageOf(const DOMNode* pVariant) {
+  VariantLanguage language;
+  if (const DOMNamedNodeMap* pAttributes = pVariant->getAttributes()) {
+    const XMLSize_t nAttributes = pAttributes->getLength();
+    for (XMLSize_t i = 0; i < nAttributes; i++) {
+      const DOMNode* pAttribute = pAttributes->item(i);
+      language.Consider(pAttribute->getNodeName(), AttributeValue(pAttribute));
+    }
+  }
+  return language.Value();
+}
+
+SegSummary Summarize(const DOMNode* pSeg) {
+  SegSummary seg;
+  const DOMNode* pFirst = pSeg->getFirstChild();
+  seg.bHasChildren = pFirst != nullptr;
+  for (const DOMNode* pChild = pFirst; pChild; pChild = pChild->getNextSibling()) {
+    const XMLCh* pszValue = pChild->getNodeValue();
+    if (pChild == pFirst && pszValue) seg.firstValue = pszValue;
+    if (pszValue == nullptr) continue;
+    seg.lastValue = pszValue;
+    const short nType = pChild->getNodeType();
+    seg.bLastValueIsContent = nType == DOMNode::TEXT_NODE || nType == DOMNode::CDATA_SECTION_NODE;
+  }
+  return seg;
+}
+
+// Drives the rules over the chain. Each tu is tagged with the key counter, which lives in the
+// document's memory (see UnitTags.h).
+class DomWalk {
+ public:
+  DomWalk(DOMDocument& document, TmxUnitMap& map, const CString* pFirst, const CString* pSecond)
+      : m_pKey(NewUnitKeyCounter(document)), m_sink(map), m_rules(m_sink, *m_pKey, pFirst, pSecond) {}
+
+  void Chain(const TmxNodeList& chain) {
+    for (POSITION pos = chain.GetHeadPosition(); pos;) {
+      DOMNode* pNode = chain.GetNext(pos);
+      if (m_rules.ChainNode(pNode->getNodeType(), pNode->getNodeName())) Unit(pNode);
+    }
+  }
+
+ private:
+  void Unit(DOMNode* pUnit) {
+    pUnit->setUserData(kUnitKeyTag, m_pKey, nullptr);
+    m_rules.BeginUnit();
+    for (const DOMNode* pChild = pUnit->getFirstChild(); pChild; pChild = pChild->getNextSibling()) {
+      switch (UnitRules::UnitChild(pChild->getNodeName())) {
+        case UnitRules::Role::kNote: m_rules.UnitNote(TextContent(pChild, m_text)); break;
+        case UnitRules::Role::kVariant: Variant(pChild); break;
+        default: break;
+      }
+    }
+  }
+
+  void Variant(const DOMNode* pVariant) {
+    m_rules.BeginVariant(VariantLanguageOf(pVariant));
+    for (const DOMNode* pChild = pVariant->getFirstChild(); pChild; pChild = pChild->getNextSibling()) {
+      switch (UnitRules::VariantChild(pChild->getNodeName())) {
+        case UnitRules::Role::kNote: m_rules.VariantNote(TextContent(pChild, m_text)); break;
+        case UnitRules::Role::kSegment:
+          m_rules.Segment(Summarize(pChild), [&] { return TextContent(pChild, m_text); });
+          break;
+        default: break;
+      }
+    }
+  }
+
+  int* m_pKey;
+  MapSink m_sink;
+  UnitRules m_rules;
+  CString m_text;  // where composed text contents are made
 };
 
 }  // namespace
 
-void FileUnits(DOMDocument& document, const TmxNodeList& chain, TmxUnitMap& map, const UnitBuildRules& rules) {
-  UnitFiler(document, map, rules).FileChain(chain);
+void FileUnits(DOMDocument& document, const TmxNodeList& chain, TmxUnitMap& map, const CString* pFirstLanguage,
+               const CString* pSecondLanguage) {
+  DomWalk(document, map, pFirstLanguage, pSecondLanguage).Chain(chain);
 }
 
 bool CTmxParseEngine::CreateDataStructures(TmxUnitMap& map) {
   if (m_pDocument == nullptr) return false;
   // The first element in document order with exactly this tag name, found without counting
   // them all.
-  DOMNode* pBody = m_pDocument->getElementsByTagName(u"body")->item(0);
+  DOMNode* pBody = m_pDocument->getElementsByTagName(_T("body"))->item(0);
   if (pBody == nullptr) return false;
   TmxNodeList chain(10);
   CollectChildNodes(pBody->getChildNodes(), chain);
-  FileUnits(*m_pDocument, chain, map, {true, true, &m_strFirstLanguage, &m_strSecondLanguage});
+  FileUnits(*m_pDocument, chain, map, &m_strFirstLanguage, &m_strSecondLanguage);
   return true;
 }
 
@@ -196,11 +145,12 @@ bool CTmxParseEngine::CreateMultilingualDataStructures(TmxUnitMap& map) {
   DOMNode* pBody = nullptr;
   for (POSITION pos = nodes.GetHeadPosition(); pos && !pBody;) {
     DOMNode* pNode = nodes.GetNext(pos);
-    if (IsElementNamed(pNode, u"body")) pBody = pNode;
+    if (pNode->getNodeType() == DOMNode::ELEMENT_NODE && UnitRules::IsMultilingualBody(pNode->getNodeName()))
+      pBody = pNode;
   }
   nodes.RemoveAll();
   if (pBody == nullptr) return true;
   CollectChildNodes(pBody->getChildNodes(), nodes);
-  FileUnits(*m_pDocument, nodes, map, {false, false, nullptr, nullptr});
+  FileUnits(*m_pDocument, nodes, map);
   return true;
 }

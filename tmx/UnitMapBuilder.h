@@ -1,5 +1,5 @@
-// What the two unit-map builders share: the body chain, the walk of a tu element with its
-// notes and variants, and the filing of variants under unit keys.
+// The two builders' walk of the DOM: the body chain, and each tu element of it, driven through
+// the unit rules and filed into a unit map.
 #pragma once
 
 #include <xercesc/dom/DOMDocument.hpp>
@@ -15,17 +15,7 @@ typedef CList<xercesc::DOMNode*, xercesc::DOMNode*> TmxNodeList;
 // but a leading text, CDATA, comment or processing instruction.
 void CollectChildNodes(xercesc::DOMNodeList* pChildren, TmxNodeList& list);
 
-struct UnitBuildRules {
-  // Bilingual keys count every node of the body chain; multilingual keys count tu elements.
-  bool bKeysCountEveryNode;
-  // Bilingual segments take the whole text content of mixed content; multilingual ones the
-  // value of the first child only, and an empty seg still gives a variant.
-  bool bWholeSegmentText;
-  // The languages kept, compared ignoring ASCII case; both null keeps every language.
-  const CString* pFirstLanguage;
-  const CString* pSecondLanguage;
-};
-
-// Files the variants of every tu element of the chain into map.
+// Files the variants of every tu element of the chain into map: the multilingual rules
+// without a language pair, the bilingual rules with one.
 void FileUnits(xercesc::DOMDocument& document, const TmxNodeList& chain, TmxUnitMap& map,
-               const UnitBuildRules& rules);
+               const CString* pFirstLanguage = nullptr, const CString* pSecondLanguage = nullptr);

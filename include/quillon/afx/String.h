@@ -39,6 +39,8 @@ class AFX_CORE_API CString {
   CString& operator+=(LPCSTR psz);
   CString& operator+=(TCHAR ch);
   void Append(LPCTSTR pch, int nLength);
+  // Replaces the text with nLength code units at pch, keeping the storage where it suffices.
+  void SetString(LPCTSTR pch, int nLength);
 
   int GetLength() const { return static_cast<int>(m_str.size()); }
   BOOL IsEmpty() const { return m_str.empty(); }

@@ -1,0 +1,61 @@
+// CTmxUnitReader: the translation units of a TMX document of any size, read as a stream, one
+// unit at a time in document order and in constant memory. It delivers exactly the units, keys,
+// variants and texts that CTmxParseEngine's builders file into a fresh map for the same
+// document, with the engine's parser settings, but builds no DOM: it holds one unit and the
+// text in progress.
+//
+//   CTmxUnitReader reader(CString(_T("en-US")), CString(_T("de-DE")));
+//   reader.Open(CString(_T("memory.tmx")));
+//   while (reader.ReadNextUnit())
+//     for (INT_PTR i = 0; i < reader.GetVariantCount(); i++) Use(reader.GetKey(), reader.GetVariant(i));
+#pragma once
+
+#include <memory>
+
+#include <xercesc/sax/InputSource.hpp>
+#include <xercesc/sax2/SAX2XMLReader.hpp>
+
+#include "quillon/TmxUnits.h"
+#include "quillon/afx.h"
+
+class CTmxUnitStream;
+
+class AFX_EXT_CLASS CTmxUnitReader {
+ public:
+  // Without a language pair the units of CreateMultilingualDataStructures; with one, those of
+  // CreateDataStructures for that pair. The parser platform must be running.
+  CTmxUnitReader();
+  CTmxUnitReader(const CString& strFirstLanguage, const CString& strSecondLanguage);
+  ~CTmxUnitReader();
+  CTmxUnitReader(const CTmxUnitReader&) = delete;
+  CTmxUnitReader& operator=(const CTmxUnitReader&) = delete;
+
+  // The parser, for a host that wants settings of its own before Open (a security manager, no
+  // external DTD or entities), as it may set them on the engine's parser.
+  xercesc::SAX2XMLReader* GetParser();
+
+  // Starts a document, ending any earlier read: from a path; from a file, read from its start in
+  // pieces (a memory file is not copied); or from any input source, which must outlive the read.
+  void Open(const CString& strPath);
+  void Open(CFile* pFile);
+  void Open(const xercesc::InputSource& source);
+
+  // Reads on to the next unit that has a variant; FALSE once the document has ended. A parse
+  // error leaves as the parser's SAXParseException (an XML version the DOM refuses as its
+  // DOMException), after every unit before it has been read.
+  BOOL ReadNextUnit();
+  // The unit just read, valid until the next read: its key and its variants in document order.
+  int GetKey() const;
+  INT_PTR GetVariantCount() const;
+  const CTmxTUV& GetVariant(INT_PTR nIndex) const;  // a guarded index
+  // What the matching builder returns for the document, once ReadNextUnit has returned FALSE:
+  // FALSE when the bilingual rules found no body.
+  BOOL GetResult() const;
+
+  // Reads the rest of the document without its units, and appends the languages of the whole
+  // document as SearchTmxForLanguages does, with its result.
+  BOOL ReadLanguages(CStringArray* pLanguages);
+
+ private:
+  std::unique_ptr<CTmxUnitStream> m_pStream;
+};

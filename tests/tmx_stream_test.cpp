@@ -1,0 +1,173 @@
+// The streaming unit reader: for every document, the units, keys, variants and texts that the
+// builders file, and the languages that the engine lists; then what only a stream does.
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include <xercesc/dom/DOMException.hpp>
+#include <xercesc/framework/MemBufInputSource.hpp>
+#include <xercesc/sax/SAXParseException.hpp>
+
+#include "tests/TmxTestSupport.h"
+
+namespace {
+
+using Strings = std::vector<std::string>;
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+Strings EngineLanguages(const std::string& text) {
+  ParsedTmx tmx(text);
+  CStringArray languages;
+  tmx.engine.SearchTmxForLanguages(&languages);
+  Strings result;
+  for (INT_PTR i = 0; i < languages.GetSize(); i++) result.push_back(Utf8(languages[i]));
+  return result;
+}
+
+Strings StreamedLanguages(const std::string& text) {
+  std::string bytes = text;
+  CMemFile file(reinterpret_cast<BYTE*>(bytes.data()), static_cast<UINT>(bytes.size()));
+  CTmxUnitReader reader;
+  reader.Open(&file);
+  CStringArray languages;
+  reader.ReadLanguages(&languages);
+  Strings result;
+  for (INT_PTR i = 0; i < languages.GetSize(); i++) result.push_back(Utf8(languages[i]));
+  return result;
+}
+
+// Both rule sets (BuiltUnits compares the stream with the builders) and the language list.
+void ExpectStreamAsDom(const std::string& text) {
+  SCOPED_TRACE(text.size() > 300 ? text.substr(0, 300) + "..." : text);
+  for (auto [first, second] : {std::pair{u"en", u"de"}, std::pair{u"", u""}, std::pair{u"DE", u"x"}})
+    BuiltUnits(text, first, second);
+  BuiltUnits(text);
+  EXPECT_EQ(StreamedLanguages(text), EngineLanguages(text));
+}
+
+const std::string kBig(70000, 'w');  // longer than the scanner's buffer: delivered in pieces
+
+// A body after a document type declaration.
+std::string Typed(const std::string& doctype, const std::string& body) { return doctype + "<tmx><body>" + body + "</body></tmx>"; }
+
+// What a stream does not see as the DOM does: merged text, entities, attribute order and
+// defaults, CDATA, PIs named like TMX elements, the two ways to find body.
+TEST(StreamAsDomTest, DocumentsThatAStreamSeesDifferently) {
+  const std::string unit = "<tu><tuv lang='en'><seg>s</seg></tuv></tu>";
+  const std::string entities =
+      "<!DOCTYPE tmx [<!ENTITY u \"" + std::string("<tu><tuv lang='de'><seg>e</seg></tuv></tu>") +
+      "\"><!ENTITY sp \" \n\"><!ENTITY mix \"a<!--c-->b\"><!ENTITY nothing \"\">"
+      "<!ATTLIST tuv lang CDATA 'fr'><!ATTLIST seg xml:lang CDATA 'it'>]>";
+  const std::string cases[] = {
+      // text merged across pieces, character references and entities
+      Tmx("\n" + unit + kBig + unit + "&#32;&amp;\n" + unit),
+      Tmx("\n<tu><tuv lang='en'><seg>" + kBig + "&#x41;&lt;" + kBig + "</seg></tuv></tu>"),
+      Typed(entities, "&sp;" + unit + "&sp;&u;\n&u;&mix;" + unit),
+      Typed(entities, "&nothing;&u;" + unit),  // the body's first node is a unit then
+      Typed(entities, "\n<tu><tuv><seg>&mix;</seg></tuv><tuv xml:lang='en'><seg>x&sp;y</seg></tuv></tu>"),
+      // attribute order and defaults
+      Tmx("\n<tu><tuv xml:lang='en' lang='de'><seg>1</seg></tuv><tuv lang='de' XML:LANG='en'><seg>2</seg></tuv>"
+          "<tuv Lang='en' lang='de' xml:Lang='x'><seg>3</seg></tuv></tu>"),
+      // CDATA sections as nodes of their own
+      Tmx("<![CDATA[lead]]>" + unit + "<![CDATA[]]>" + unit),
+      Tmx("\n<tu><tuv lang='en'><seg><![CDATA[a]]>b<![CDATA[]]></seg></tuv><tuv lang='de'><seg>x<![CDATA[" +
+          kBig + "]]></seg></tuv></tu>"),
+      // segment texts: first child, last value, content
+      Tmx("\n<tu><tuv lang='en'><seg>a<b>x</b><!--c--></seg><seg>ax<?p x?></seg><seg><?p d?>t<i/></seg>"
+          "<seg><b/>t</seg><seg><!--c--></seg></tuv></tu>"),
+      // nodes named like TMX elements that are not elements
+      Tmx("\n<tu><?note pi note?><tuv lang='en'><?note own?><?seg x?><seg>s</seg><?tuv?></tuv><?tuv?></tu>"
+          "<?tu?>" + unit),
+      // notes with markup, a second seg, notes after what they might reach
+      Tmx("\n<tu><note>u<b>1</b><![CDATA[2]]><!--no--></note><tuv lang='en'><note>o<?p?></note><seg>a</seg>"
+          "<seg>b</seg><note>late</note></tuv><note/><tuv lang='de'><seg>c</seg></tuv></tu>"),
+      // where body is, and which bodies are read
+      "<body>\n" + unit + "</body>",
+      "<tmx><header><body>\n" + unit + "</body></header><BODY>\n" + unit + unit + "</BODY><body>" + unit + "</body></tmx>",
+      "<tmx><a><body>" + unit + "</body></a></tmx>",
+      "<tmx><body/></tmx>",
+      "<?p?><!--c--><tmx><!--c--><body><!--c--><?p?>" + unit + "<?p?><tu/>\n<TU><Tuv LANG='EN'><SEG>t</SEG></Tuv></TU></body></tmx>",
+      // units within units, text-only units, whitespace a DTD calls ignorable
+      Tmx("\n<tu><tu><tuv lang='en'><seg>inner</seg></tuv></tu>text</tu>\n<tu>only text</tu>" + unit),
+      Typed("<!DOCTYPE tmx [<!ELEMENT body (tu*)><!ELEMENT tu (tuv*)>]>", "\n  " + unit + "\n  " + unit + "\n"),
+      // languages: variants anywhere, exact names only
+      "<tmx><header><tuv lang='la'/><TUV lang='xx'/></header><body><x><tuv xml:lang='EN' lang='en'/></x></body></tmx>",
+  };
+  for (const std::string& text : cases) ExpectStreamAsDom(text);
+  for (const char* path : {QUILLON_EXAMPLES "/sample.tmx", QUILLON_SOURCE "/tests/fuzz/seeds/units.tmx"})
+    ExpectStreamAsDom(ReadFile(path));
+}
+
+TEST(StreamTest, UnitsBeforeAParseErrorAreDeliveredThenTheParsersException) {
+  std::string text = Tmx("\n<tu><tuv lang='en'><seg>a</seg></tuv></tu>\n<tu><tuv lang='en'><seg>b</seg></tuv></tu>") +
+                     "\n<tu></tuv>";
+  CMemFile file(reinterpret_cast<BYTE*>(text.data()), static_cast<UINT>(text.size()));
+  CTmxUnitReader reader;
+  reader.Open(&file);
+  ASSERT_TRUE(reader.ReadNextUnit());
+  EXPECT_EQ(reader.GetKey(), 0);
+  ASSERT_TRUE(reader.ReadNextUnit());
+  EXPECT_EQ(reader.GetKey(), 1);
+  try {
+    reader.ReadNextUnit();
+    ADD_FAILURE() << "no exception";
+  } catch (const xercesc::SAXParseException& e) {
+    EXPECT_EQ(e.getLineNumber(), 4u);
+  }
+  EXPECT_FALSE(reader.ReadNextUnit());  // the read has ended
+}
+
+TEST(StreamTest, VersionThatTheDomRefusesRaisesTheDomsException) {
+  const std::string text = "<?xml version=\"1.0-\"?><tmx/>";
+  EXPECT_THROW(StreamedUnits(text), xercesc::DOMException);
+  EXPECT_THROW(EngineLanguages(text), xercesc::DOMException);
+}
+
+TEST(StreamTest, PathMemoryFileAndInputSourceGiveTheSameUnitsAndReopeningStartsOver) {
+  const std::string path = QUILLON_EXAMPLES "/sample.tmx";
+  std::string text = ReadFile(path);
+  auto read = [](CTmxUnitReader& reader) {
+    Strings units;
+    while (reader.ReadNextUnit()) units.push_back(std::to_string(reader.GetKey()) + Variant(reader.GetVariant(0)));
+    return units;
+  };
+  CTmxUnitReader reader;
+  reader.Open(CString(path.c_str()));
+  const Strings fromPath = read(reader);
+  ASSERT_EQ(fromPath.size(), 12u);
+
+  CMemFile file(reinterpret_cast<BYTE*>(text.data()), static_cast<UINT>(text.size()));
+  file.Seek(0, CFile::end);  // read from its start all the same
+  reader.Open(&file);
+  ASSERT_TRUE(reader.ReadNextUnit());
+  reader.Open(&file);  // a second open starts over
+  EXPECT_EQ(read(reader), fromPath);
+
+  xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(), "sample");
+  reader.Open(source);
+  EXPECT_EQ(read(reader), fromPath);
+  try {
+    reader.GetVariant(0);  // no unit any more
+    ADD_FAILURE() << "no exception";
+  } catch (CInvalidArgException* e) {
+    e->Delete();
+  }
+}
+
+TEST(StreamTest, LanguagesCoverUnitsAlreadyRead) {
+  std::string text = ReadFile(QUILLON_EXAMPLES "/sample.tmx");
+  CMemFile file(reinterpret_cast<BYTE*>(text.data()), static_cast<UINT>(text.size()));
+  CTmxUnitReader reader;
+  reader.Open(&file);
+  ASSERT_TRUE(reader.ReadNextUnit());
+  CStringArray languages;
+  EXPECT_TRUE(reader.ReadLanguages(&languages));
+  EXPECT_EQ(languages.GetSize(), 4);
+  EXPECT_FALSE(reader.ReadNextUnit());
+}
+
+}  // namespace

@@ -1,0 +1,405 @@
+// The streaming reader: SAX2 events driven through the same unit rules as the builders' DOM
+// walk. What it must rebuild of the DOM's view, it rebuilds here: a text node is every piece of
+// character data between two other nodes (the DOM merges the pieces a stream delivers, entity
+// expansions and character references included); CDATA sections, comments and processing
+// instructions are nodes of their own; a node's role follows from its depth below body.
+#include "quillon/TmxUnitReader.h"
+
+#include <vector>
+
+#include <xercesc/dom/DOMException.hpp>
+#include <xercesc/framework/LocalFileInputSource.hpp>
+#include <xercesc/framework/XMLDocumentHandler.hpp>
+#include <xercesc/sax2/Attributes.hpp>
+#include <xercesc/sax2/DefaultHandler.hpp>
+#include <xercesc/sax2/XMLReaderFactory.hpp>
+#include <xercesc/util/XMLUni.hpp>
+
+#include "tmx/DOMTreeErrorReporter.h"
+#include "tmx/FileInputSource.h"
+#include "tmx/LanguageSet.h"
+#include "tmx/UnitRules.h"
+
+using namespace xercesc;
+
+namespace {
+
+TextView View(const XMLCh* pch, XMLSize_t nLength) { return TextView(pch, nLength); }
+
+// The DOM refuses, while the document is parsed, an XML version other than 1.0 and 1.1 that
+// the scanner itself accepts ("1.2", "1.0-"): the stream refuses it with the same exception.
+class VersionCheck : public XMLDocumentHandler {
+ public:
+  void XMLDecl(const XMLCh* const pszVersion, const XMLCh* const, const XMLCh* const, const XMLCh* const) override {
+    if (pszVersion && *pszVersion && !XMLString::equals(pszVersion, XMLUni::fgVersion1_0) &&
+        !XMLString::equals(pszVersion, XMLUni::fgVersion1_1))
+      throw DOMException(DOMException::NOT_SUPPORTED_ERR, 0, XMLPlatformUtils::fgMemoryManager);
+  }
+  void docCharacters(const XMLCh* const, const XMLSize_t, const bool) override {}
+  void docComment(const XMLCh* const) override {}
+  void docPI(const XMLCh* const, const XMLCh* const) override {}
+  void endDocument() override {}
+  void endElement(const XMLElementDecl&, const unsigned int, const bool, const XMLCh* const) override {}
+  void endEntityReference(const XMLEntityDecl&) override {}
+  void ignorableWhitespace(const XMLCh* const, const XMLSize_t, const bool) override {}
+  void resetDocument() override {}
+  void startDocument() override {}
+  void startElement(const XMLElementDecl&, const unsigned int, const XMLCh* const, const RefVectorOf<XMLAttr>&,
+                    const XMLSize_t, const bool, const bool) override {}
+  void startEntityReference(const XMLEntityDecl&) override {}
+};
+
+// The seg being read: its text content, and the values of its first child and of its last
+// child that has one. A text or CDATA value lies in the content; a comment's or a PI's is kept.
+class SegReader {
+ public:
+  void Begin() {
+    m_content.Empty();
+    m_nChildren = 0;
+    m_first = m_last = Value();
+  }
+  void BeginChild(short nType, TextView markup) {
+    Value value;
+    if (nType == DOMNode::TEXT_NODE || nType == DOMNode::CDATA_SECTION_NODE) {
+      value = {true, nullptr, Length(), Length()};
+    } else if (nType != DOMNode::ELEMENT_NODE) {
+      m_lastMarkup.SetString(markup.data(), static_cast<int>(markup.size()));
+      value = {true, &m_lastMarkup};
+    }
+    if (m_nChildren++ == 0) {
+      m_first = value;
+      if (value.pMarkup) m_first.pMarkup = &(m_firstMarkup = m_lastMarkup);
+    }
+    if (value.bPresent) m_last = value;
+  }
+  // Character data anywhere in the seg; bOfChild when it belongs to the child in progress,
+  // which is then the last child with a value.
+  void Text(TextView text, bool bOfChild) {
+    m_content.Append(text.data(), static_cast<int>(text.size()));
+    if (!bOfChild) return;
+    if (m_nChildren == 1) m_first.nEnd = Length();
+    m_last.nEnd = Length();
+  }
+  SegSummary Summary() const {
+    SegSummary seg;
+    seg.bHasChildren = m_nChildren > 0;
+    if (m_first.bPresent) seg.firstValue = ViewOf(m_first);
+    if (m_last.bPresent) seg.lastValue = ViewOf(m_last);
+    seg.bLastValueIsContent = m_last.bPresent && m_last.pMarkup == nullptr;
+    return seg;
+  }
+  TextView Content() const { return TextView(m_content.GetString(), Length()); }
+
+ private:
+  struct Value {
+    bool bPresent = false;
+    const CString* pMarkup = nullptr;  // a comment's or PI's value; else the value is in the content
+    size_t nStart = 0, nEnd = 0;
+  };
+  size_t Length() const { return static_cast<size_t>(m_content.GetLength()); }
+  TextView ViewOf(const Value& value) const {
+    if (value.pMarkup) return TextView(value.pMarkup->GetString(), static_cast<size_t>(value.pMarkup->GetLength()));
+    return Content().substr(value.nStart, value.nEnd - value.nStart);
+  }
+
+  CString m_content;
+  CString m_firstMarkup, m_lastMarkup;
+  int m_nChildren = 0;
+  Value m_first, m_last;
+};
+
+}  // namespace
+
+class CTmxUnitStream : public DefaultHandler, private UnitSink {
+ public:
+  CTmxUnitStream(const CString* pFirstLanguage, const CString* pSecondLanguage)
+      : m_strFirst(pFirstLanguage ? *pFirstLanguage : CString()),
+        m_strSecond(pSecondLanguage ? *pSecondLanguage : CString()),
+        m_rules(*this, m_nKeyCounter, pFirstLanguage ? &m_strFirst : nullptr, pFirstLanguage ? &m_strSecond : nullptr),
+        m_pParser(XMLReaderFactory::createXMLReader(XMLPlatformUtils::fgMemoryManager)) {
+    // The engine's settings: those of the DOM parser, which differ from SAX2's own defaults in
+    // namespaces and schema processing.
+    m_pParser->setFeature(XMLUni::fgSAX2CoreNameSpaces, false);
+    m_pParser->setFeature(XMLUni::fgSAX2CoreValidation, false);
+    m_pParser->setFeature(XMLUni::fgXercesSchema, false);
+    m_pParser->setContentHandler(this);
+    m_pParser->setLexicalHandler(this);
+    m_pParser->setErrorHandler(&m_errorReporter);
+    m_pParser->installAdvDocHandler(&m_versionCheck);
+  }
+
+  SAX2XMLReader* Parser() { return m_pParser.get(); }
+
+  void Open(const InputSource& source, std::unique_ptr<InputSource> pOwned = nullptr) {
+    if (!m_bEnded) m_pParser->parseReset(m_token);
+    m_bEnded = true;
+    m_pSource = std::move(pOwned);
+    Reset();
+    m_bEnded = !m_pParser->parseFirst(source, m_token);
+  }
+
+  bool ReadNextUnit() {
+    m_nVariants = 0;
+    m_bUnitReady = false;
+    while (!m_bUnitReady && !m_bEnded) ParseNext();
+    return m_bUnitReady;
+  }
+
+  bool ReadLanguages(CStringArray* pLanguages) {
+    m_bReadUnits = false;
+    m_nBodyDepth = 0;
+    while (!m_bEnded) ParseNext();
+    if (pLanguages == nullptr) return true;
+    m_languages.AppendTo(*pLanguages);
+    return pLanguages->GetSize() > 0;
+  }
+
+  int Key() const { return m_nUnitKey; }
+  INT_PTR VariantCount() const { return static_cast<INT_PTR>(m_nVariants); }
+  const CTmxTUV& Variant(INT_PTR nIndex) const {
+    if (nIndex < 0 || nIndex >= VariantCount()) AfxThrowInvalidArgException();
+    return *m_variants[static_cast<size_t>(nIndex)];
+  }
+  bool Result() const { return !m_rules.IsBilingual() || m_bBodyRead; }
+
+ private:
+  void ParseNext() {
+    m_bEnded = true;  // stays so when the parse raises
+    m_bEnded = !m_pParser->parseNext(m_token);
+  }
+
+  void Reset() {
+    m_nKeyCounter = -1;
+    m_nDepth = m_nBodyDepth = 0;
+    m_bBodyRead = m_bChainStarted = m_bInUnit = m_bTextOpen = m_bInCData = m_bInNote = false;
+    m_unitChild = m_variantChild = UnitRules::Role::kOther;
+    m_bReadUnits = true;
+    m_languages = LanguageSet();
+  }
+
+  bool InBody() const { return m_nBodyDepth > 0; }
+  // Depth of the current position below body: 0 directly in body, 1 in a unit, 2 in a unit's
+  // child, 3 in a variant's child.
+  int Level() const { return m_nDepth - m_nBodyDepth; }
+  bool InSeg() const {
+    return m_bInUnit && m_unitChild == UnitRules::Role::kVariant && m_variantChild == UnitRules::Role::kSegment;
+  }
+
+  // A new child node at the current position: an element (with its attributes), or a text,
+  // CDATA, comment or PI node (with its value).
+  void ChildNode(short nType, const XMLCh* pszName, TextView value = {}, const Attributes* pAttributes = nullptr) {
+    const bool bElement = nType == DOMNode::ELEMENT_NODE;
+    switch (Level()) {
+      case 0: {
+        const bool bFirst = !m_bChainStarted;
+        m_bChainStarted = true;
+        if (!(bFirst && UnitRules::LeftOutWhenFirst(nType)) && m_rules.ChainNode(nType, pszName)) {
+          m_bInUnit = true;
+          m_rules.BeginUnit();
+        }
+        break;
+      }
+      case 1: {
+        if (!m_bInUnit) break;
+        const UnitRules::Role role = UnitRules::UnitChild(pszName);
+        if (bElement) {
+          m_unitChild = role;
+          if (role == UnitRules::Role::kVariant) BeginVariant(*pAttributes);
+          BeginNote(role);
+        } else if (role == UnitRules::Role::kNote) {  // a PI named note: its data is its text
+          m_rules.UnitNote(value);
+        }  // a PI named tuv has neither attributes nor children: no variant
+        break;
+      }
+      case 2: {
+        if (!m_bInUnit || m_unitChild != UnitRules::Role::kVariant) break;
+        const UnitRules::Role role = UnitRules::VariantChild(pszName);
+        if (bElement) {
+          m_variantChild = role;
+          if (role == UnitRules::Role::kSegment) m_seg.Begin();
+          BeginNote(role);
+        } else if (role == UnitRules::Role::kNote) {
+          m_rules.VariantNote(value);
+        } else if (role == UnitRules::Role::kSegment) {  // a PI named seg: a seg without children
+          m_rules.Segment(SegSummary(), [] { return TextView(); });
+        }
+        break;
+      }
+      case 3:
+        if (InSeg()) m_seg.BeginChild(nType, value);
+        break;
+      default:
+        break;
+    }
+  }
+
+  void BeginVariant(const Attributes& attributes) {
+    VariantLanguage language;
+    const XMLSize_t nAttributes = attributes.getLength();
+    for (XMLSize_t i = 0; i < nAttributes; i++) language.Consider(attributes.getQName(i), attributes.getValue(i));
+    m_strLanguage = language.Value();
+    m_rules.BeginVariant(m_strLanguage);
+  }
+
+  void BeginNote(UnitRules::Role role) {
+    m_bInNote = role == UnitRules::Role::kNote;
+    if (m_bInNote) m_note.Empty();
+  }
+
+  void EndChild() {
+    switch (Level()) {
+      case 1:
+        if (!m_bInUnit) break;
+        m_bInUnit = false;
+        if (m_nVariants > 0) {
+          m_bUnitReady = true;
+          m_nUnitKey = m_nKeyCounter;
+        }
+        break;
+      case 2:
+        if (m_bInUnit && m_unitChild == UnitRules::Role::kNote) m_rules.UnitNote(NoteText());
+        m_unitChild = UnitRules::Role::kOther;
+        m_bInNote = false;
+        break;
+      case 3:
+        if (m_bInUnit && m_unitChild == UnitRules::Role::kVariant) {
+          if (m_variantChild == UnitRules::Role::kNote) m_rules.VariantNote(NoteText());
+          if (m_variantChild == UnitRules::Role::kSegment) m_rules.Segment(m_seg.Summary(), [this] { return m_seg.Content(); });
+          m_variantChild = UnitRules::Role::kOther;
+          m_bInNote = false;
+        }
+        break;
+      default:
+        break;
+    }
+  }
+
+  TextView NoteText() const { return TextView(m_note.GetString(), static_cast<size_t>(m_note.GetLength())); }
+
+  // ContentHandler and LexicalHandler
+  void startElement(const XMLCh* const, const XMLCh* const, const XMLCh* const pszName,
+                    const Attributes& attributes) override {
+    if (LanguageSet::IsVariantTag(pszName))
+      for (LPCTSTR pszAttribute : LanguageSet::kAttributes) m_languages.Add(attributes.getValue(pszAttribute));
+    m_bTextOpen = false;
+    if (InBody()) ChildNode(DOMNode::ELEMENT_NODE, pszName, {}, &attributes);
+    m_nDepth++;
+    if (m_bReadUnits && !InBody() && !m_bBodyRead &&
+        (m_rules.IsBilingual() ? UnitRules::IsBilingualBody(pszName)
+                               : m_nDepth == 2 && UnitRules::IsMultilingualBody(pszName))) {
+      m_nBodyDepth = m_nDepth;
+      m_bBodyRead = true;
+    }
+  }
+
+  void endElement(const XMLCh* const, const XMLCh* const, const XMLCh* const) override {
+    if (InBody()) {
+      if (Level() == 0)
+        m_nBodyDepth = 0;  // only the first body is read
+      else
+        EndChild();
+    }
+    m_nDepth--;
+    m_bTextOpen = false;
+  }
+
+  void characters(const XMLCh* const pch, const XMLSize_t nLength) override {
+    if (!InBody()) return;
+    if (!m_bInCData && !m_bTextOpen) {
+      ChildNode(DOMNode::TEXT_NODE, _T("#text"));
+      m_bTextOpen = true;
+    }
+    if (m_bInNote) m_note.Append(pch, static_cast<int>(nLength));
+    if (InSeg()) m_seg.Text(View(pch, nLength), Level() == 3);
+  }
+  void ignorableWhitespace(const XMLCh* const pch, const XMLSize_t nLength) override { characters(pch, nLength); }
+
+  void comment(const XMLCh* const pch, const XMLSize_t nLength) override {
+    m_bTextOpen = false;
+    if (InBody()) ChildNode(DOMNode::COMMENT_NODE, _T("#comment"), View(pch, nLength));
+  }
+
+  void processingInstruction(const XMLCh* const pszTarget, const XMLCh* const pszData) override {
+    m_bTextOpen = false;
+    if (InBody()) ChildNode(DOMNode::PROCESSING_INSTRUCTION_NODE, pszTarget, TextView(pszData));
+  }
+
+  void startCDATA() override {
+    m_bTextOpen = false;
+    if (InBody()) ChildNode(DOMNode::CDATA_SECTION_NODE, _T("#cdata-section"));
+    m_bInCData = true;
+  }
+  void endCDATA() override { m_bInCData = false; }
+
+  // UnitSink: the variants of the unit in progress, kept in storage that units reuse.
+  void FileVariant(int, LPCTSTR pszLanguage, TextView segment, const CString& strNote) override {
+    if (m_nVariants == m_variants.size()) m_variants.push_back(std::make_unique<CTmxTUV>(nullptr, nullptr, nullptr));
+    CTmxTUV& variant = *m_variants[m_nVariants++];
+    variant.m_strLanguage = pszLanguage;
+    variant.m_strSegment.SetString(segment.data(), static_cast<int>(segment.size()));
+    variant.m_strNote = strNote;
+  }
+
+  CString m_strFirst, m_strSecond;
+  int m_nKeyCounter = -1;
+  UnitRules m_rules;
+  DOMTreeErrorReporter m_errorReporter;
+  VersionCheck m_versionCheck;
+  std::unique_ptr<SAX2XMLReader> m_pParser;
+  std::unique_ptr<InputSource> m_pSource;
+  XMLPScanToken m_token;
+  bool m_bEnded = true;
+
+  // Where the parse is
+  int m_nDepth = 0;       // open elements
+  int m_nBodyDepth = 0;   // body's depth while it is open, else 0
+  bool m_bBodyRead = false;
+  bool m_bChainStarted = false;
+  bool m_bInUnit = false;
+  UnitRules::Role m_unitChild = UnitRules::Role::kOther;     // the open child of the unit
+  UnitRules::Role m_variantChild = UnitRules::Role::kOther;  // the open child of its variant
+  bool m_bTextOpen = false;  // the last node here is text that more character data extends
+  bool m_bInCData = false;
+  bool m_bInNote = false;
+  CString m_note;
+  CString m_strLanguage;
+  SegReader m_seg;
+
+  // What is read
+  bool m_bReadUnits = true;
+  LanguageSet m_languages;
+  bool m_bUnitReady = false;
+  int m_nUnitKey = -1;
+  std::vector<std::unique_ptr<CTmxTUV>> m_variants;
+  size_t m_nVariants = 0;
+};
+
+CTmxUnitReader::CTmxUnitReader() : m_pStream(std::make_unique<CTmxUnitStream>(nullptr, nullptr)) {}
+
+CTmxUnitReader::CTmxUnitReader(const CString& strFirstLanguage, const CString& strSecondLanguage)
+    : m_pStream(std::make_unique<CTmxUnitStream>(&strFirstLanguage, &strSecondLanguage)) {}
+
+CTmxUnitReader::~CTmxUnitReader() = default;
+
+SAX2XMLReader* CTmxUnitReader::GetParser() { return m_pStream->Parser(); }
+
+void CTmxUnitReader::Open(const CString& strPath) {
+  auto pSource = std::make_unique<LocalFileInputSource>(strPath.GetString(), XMLPlatformUtils::fgMemoryManager);
+  const InputSource& source = *pSource;
+  m_pStream->Open(source, std::move(pSource));
+}
+
+void CTmxUnitReader::Open(CFile* pFile) {
+  if (pFile == nullptr) AfxThrowInvalidArgException();
+  auto pSource = std::make_unique<CFileInputSource>(*pFile);
+  const InputSource& source = *pSource;
+  m_pStream->Open(source, std::move(pSource));
+}
+
+void CTmxUnitReader::Open(const InputSource& source) { m_pStream->Open(source); }
+BOOL CTmxUnitReader::ReadNextUnit() { return m_pStream->ReadNextUnit(); }
+int CTmxUnitReader::GetKey() const { return m_pStream->Key(); }
+INT_PTR CTmxUnitReader::GetVariantCount() const { return m_pStream->VariantCount(); }
+const CTmxTUV& CTmxUnitReader::GetVariant(INT_PTR nIndex) const { return m_pStream->Variant(nIndex); }
+BOOL CTmxUnitReader::GetResult() const { return m_pStream->Result(); }
+BOOL CTmxUnitReader::ReadLanguages(CStringArray* pLanguages) { return m_pStream->ReadLanguages(pLanguages); }

@@ -1,0 +1,101 @@
+#include "tmx/UnitRules.h"
+
+#include <algorithm>
+#include <functional>
+
+#include "resources/resource.h"
+
+using xercesc::DOMNode;
+
+namespace {
+
+bool NameIs(LPCTSTR pszName, LPCTSTR pszLowerName) { return AfxCompareNoCase(pszName, pszLowerName) == 0; }
+
+bool IsLanguageAttribute(LPCTSTR pszName) { return NameIs(pszName, _T("lang")) || NameIs(pszName, _T("xml:lang")); }
+
+}  // namespace
+
+void VariantLanguage::Consider(LPCTSTR pszName, LPCTSTR pszValue) {
+  if (IsLanguageAttribute(pszName) && (m_pszName == nullptr || TextView(pszName) > TextView(m_pszName))) {
+    m_pszName = pszName;
+    m_pszValue = pszValue;
+  }
+}
+
+UnitRules::UnitRules(UnitSink& sink, int& nKeyCounter, const CString* pFirstLanguage, const CString* pSecondLanguage)
+    : m_sink(sink), m_nKey(nKeyCounter), m_pFirstLanguage(pFirstLanguage), m_pSecondLanguage(pSecondLanguage) {
+  m_nKey = -1;
+}
+
+bool UnitRules::IsMultilingualBody(LPCTSTR pszTagName) { return NameIs(pszTagName, _T("body")); }
+
+bool UnitRules::LeftOutWhenFirst(short nNodeType) {
+  switch (nNodeType) {
+    case DOMNode::TEXT_NODE:
+    case DOMNode::CDATA_SECTION_NODE:
+    case DOMNode::COMMENT_NODE:
+    case DOMNode::PROCESSING_INSTRUCTION_NODE:
+      return true;
+    default:  // a body written without whitespace before its first unit keeps that unit
+      return false;
+  }
+}
+
+// Bilingual keys count every node of the chain, so whitespace and comments between units use up
+// keys too; multilingual keys count tu elements only.
+bool UnitRules::ChainNode(short nNodeType, LPCTSTR pszNodeName) {
+  if (IsBilingual()) ++m_nKey;
+  if (nNodeType != DOMNode::ELEMENT_NODE || !NameIs(pszNodeName, _T("tu"))) return false;
+  if (!IsBilingual()) ++m_nKey;
+  return true;
+}
+
+UnitRules::Role UnitRules::UnitChild(LPCTSTR pszNodeName) {
+  if (NameIs(pszNodeName, _T("note"))) return Role::kNote;
+  return NameIs(pszNodeName, _T("tuv")) ? Role::kVariant : Role::kOther;
+}
+
+UnitRules::Role UnitRules::VariantChild(LPCTSTR pszNodeName) {
+  if (NameIs(pszNodeName, _T("note"))) return Role::kNote;
+  return NameIs(pszNodeName, _T("seg")) ? Role::kSegment : Role::kOther;
+}
+
+void UnitRules::BeginVariant(LPCTSTR pszLanguage) {
+  m_pszLanguage = pszLanguage;
+  m_strOwnNote.Empty();
+}
+
+// Language codes match whole, ignoring ASCII case; without a language attribute a variant
+// matches only an empty language field.
+bool UnitRules::KeepsVariant() const {
+  return !IsBilingual() || AfxCompareNoCase(m_pszLanguage, *m_pSecondLanguage) == 0 ||
+         AfxCompareNoCase(m_pszLanguage, *m_pFirstLanguage) == 0;
+}
+
+void UnitRules::TakeNote(TextView text, CString& strNote) {
+  if (!text.empty()) strNote.SetString(text.data(), static_cast<int>(text.size()));
+}
+
+// The last child value becomes the text, unless the whole text content holds it and more: plain
+// text gives itself, mixed content everything its inline elements hold too. A text or CDATA
+// child is part of the content by construction; a comment or PI has to be looked for, in linear
+// time, since both may be megabytes long.
+bool UnitRules::ContentHoldsMore(TextView content, TextView value, bool bValueIsContent) {
+  if (content.size() <= value.size()) return false;
+  return bValueIsContent ||
+         std::search(content.begin(), content.end(), std::boyer_moore_searcher(value.begin(), value.end())) !=
+             content.end();
+}
+
+// The unit note, two line feeds, then the variant's own note; the merged text is the own note
+// that a later seg of the same variant starts from.
+void UnitRules::File(TextView segment) {
+  if (m_strOwnNote.IsEmpty()) {
+    m_strOwnNote = m_strUnitNote;
+  } else if (!m_strUnitNote.IsEmpty()) {
+    CString merged;
+    merged.Format(IDS_NOTE_MERGE, m_strUnitNote.GetString(), m_strOwnNote.GetString());
+    m_strOwnNote = std::move(merged);
+  }
+  m_sink.FileVariant(m_nKey, m_pszLanguage, segment, m_strOwnNote);
+}

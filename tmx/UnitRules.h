@@ -1,0 +1,105 @@
+// The unit rules of both rule sets, in one place: where body is, which nodes of its chain are
+// units and the key of each, which variants are kept, and their languages, segment texts and
+// notes. The builders drive them from the DOM, the streaming reader from parser events; what
+// they decide reaches a UnitSink one variant at a time.
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+#include <xercesc/dom/DOMNode.hpp>
+
+#include "quillon/afx.h"
+
+typedef std::basic_string_view<TCHAR> TextView;
+
+// Where the variants that the rules keep go: a unit map, or the unit a stream is reading.
+class UnitSink {
+ public:
+  virtual void FileVariant(int nKey, LPCTSTR pszLanguage, TextView segment, const CString& strNote) = 0;
+
+ protected:
+  ~UnitSink() = default;
+};
+
+// A seg as the segment rules look at it, summed up by the walker from the seg's child nodes.
+// The texts are views into the walker's storage, valid while the rules read them.
+struct SegSummary {
+  bool bHasChildren = false;
+  std::optional<TextView> firstValue;  // the first child's node value; none for an element
+  std::optional<TextView> lastValue;   // the value of the last child that has one
+  bool bLastValueIsContent = false;    // that child is text or CDATA, so part of the text content
+};
+
+// The language of a variant from its attributes. Attribute maps come sorted by name, so of the
+// attributes named lang or xml:lang in any case the one with the greatest name counts; a stream
+// sees the same attributes in document order.
+class VariantLanguage {
+ public:
+  void Consider(LPCTSTR pszName, LPCTSTR pszValue);
+  LPCTSTR Value() const { return m_pszValue; }  // null when there is none
+
+ private:
+  LPCTSTR m_pszName = nullptr;
+  LPCTSTR m_pszValue = nullptr;
+};
+
+class UnitRules {
+ public:
+  enum class Role { kOther, kNote, kVariant, kSegment };
+
+  // With a language pair, the bilingual rules; without one, the multilingual rules. The rules
+  // advance nKeyCounter, whose value while a unit is read is that unit's key.
+  UnitRules(UnitSink& sink, int& nKeyCounter, const CString* pFirstLanguage = nullptr,
+            const CString* pSecondLanguage = nullptr);
+
+  bool IsBilingual() const { return m_pFirstLanguage != nullptr; }
+  // The bilingual rules read the first element whose tag name is exactly "body", at any depth
+  // (the engine asks the DOM for it by that name); the multilingual rules the first child
+  // element of the root named body in any case.
+  static bool IsBilingualBody(LPCTSTR pszTagName) { return TextView(pszTagName) == _T("body"); }
+  static bool IsMultilingualBody(LPCTSTR pszTagName);
+  // The body chain leaves out body's first child node when it is text, CDATA, a comment or a PI.
+  static bool LeftOutWhenFirst(short nNodeType);
+  // One node of the chain: advances the key as the rule set counts, and tells whether the node
+  // is a unit (an element named tu), which the next calls then read.
+  bool ChainNode(short nNodeType, LPCTSTR pszNodeName);
+
+  // What a child node plays, by its name whatever its kind: of a unit, a note or a variant; of a
+  // variant, a note or a segment.
+  static Role UnitChild(LPCTSTR pszNodeName);
+  static Role VariantChild(LPCTSTR pszNodeName);
+
+  void BeginUnit() { m_strUnitNote.Empty(); }
+  // A note's text content replaces the note it is for, unless it is empty.
+  void UnitNote(TextView text) { TakeNote(text, m_strUnitNote); }
+  void BeginVariant(LPCTSTR pszLanguage);
+  void VariantNote(TextView text) { TakeNote(text, m_strOwnNote); }
+  // Files the variant of one seg, if the rule set keeps it. wholeContent() gives the seg's text
+  // content (its text and CDATA at every depth), asked for only when needed.
+  template <class Content>
+  void Segment(const SegSummary& seg, Content wholeContent) {
+    if (!KeepsVariant() || (IsBilingual() && !seg.bHasChildren)) return;
+    File(IsBilingual() ? WholeSegmentText(seg, wholeContent) : seg.firstValue.value_or(TextView()));
+  }
+
+ private:
+  bool KeepsVariant() const;
+  static void TakeNote(TextView text, CString& strNote);
+  template <class Content>
+  static TextView WholeSegmentText(const SegSummary& seg, Content wholeContent) {
+    if (!seg.lastValue) return {};
+    const TextView content = wholeContent();
+    return ContentHoldsMore(content, *seg.lastValue, seg.bLastValueIsContent) ? content : *seg.lastValue;
+  }
+  static bool ContentHoldsMore(TextView content, TextView value, bool bValueIsContent);
+  void File(TextView segment);
+
+  UnitSink& m_sink;
+  int& m_nKey;
+  const CString* m_pFirstLanguage;
+  const CString* m_pSecondLanguage;
+  LPCTSTR m_pszLanguage = nullptr;
+  CString m_strUnitNote;
+  CString m_strOwnNote;
+};
