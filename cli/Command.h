@@ -17,6 +17,7 @@ struct PendingRun {
 
 void AddLanguagesCommand(CLI::App& app, PendingRun& pending);
 void AddUnitsCommand(CLI::App& app, PendingRun& pending);
+void AddExportCommand(CLI::App& app, PendingRun& pending);
 void AddPackCommands(CLI::App& app, PendingRun& pending);
 
 // The name an error line gives an input: the path as given, <stdin> for "-".

@@ -1,20 +1,35 @@
-// quillon languages [--json] SOURCE
+// quillon languages [--json] [--stream] SOURCE
 #include <nlohmann/json.hpp>
 
 #include "cli/Command.h"
+#include "cli/StreamInput.h"
 #include "cli/TmxInput.h"
+#include "quillon/TmxUnitReader.h"
 
 namespace {
 
 struct LanguagesOptions {
   std::string source;
   bool bJson = false;
+  bool bStream = false;
 };
 
+// The engine's list, or the same through the streaming reader, in constant memory.
+bool FindLanguages(const LanguagesOptions& options, ParserSafety& safety, CStringArray& languages) {
+  if (!options.bStream) {
+    TmxInput input(options.source, safety);
+    return input.Engine().SearchTmxForLanguages(&languages);
+  }
+  StreamInput input(options.source);
+  CTmxUnitReader reader;
+  safety.Apply(reader.GetParser());
+  reader.Open(input);
+  return reader.ReadLanguages(&languages);
+}
+
 void RunLanguages(const LanguagesOptions& options, Output& out, ParserSafety& safety) {
-  TmxInput input(options.source, safety);
   CStringArray languages;
-  const bool bResult = input.Engine().SearchTmxForLanguages(&languages);
+  const bool bResult = FindLanguages(options, safety, languages);
   if (!options.bJson) {
     for (INT_PTR i = 0; i < languages.GetSize(); i++) out << Utf8(languages[i]) << "\n";
     return;
@@ -30,6 +45,7 @@ void AddLanguagesCommand(CLI::App& app, PendingRun& pending) {
   auto options = std::make_shared<LanguagesOptions>();
   CLI::App* cmd = app.add_subcommand("languages", "List the distinct language codes of a TMX document");
   cmd->add_flag("--json", options->bJson, "Print one JSON object");
+  cmd->add_flag("--stream", options->bStream, "Read as a stream, in constant memory, whatever the file's size");
   cmd->add_option("SOURCE", options->source, "TMX file, or - for standard input")->required();
   cmd->callback([options, &pending] {
     pending.input = options->source;

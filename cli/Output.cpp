@@ -1,5 +1,9 @@
 #include "cli/Output.h"
 
+#include <stdexcept>
+
+#include "cli/Platform.h"
+
 namespace {
 
 constexpr size_t kFlushAt = 1 << 20;
@@ -32,6 +36,7 @@ Output& Output::Raw(const char* p, size_t n) {
 }
 
 void Output::Flush() {
+  if (m_buffer.empty()) return;
   std::fwrite(m_buffer.data(), 1, m_buffer.size(), m_file);
   m_buffer.clear();
 }
@@ -83,4 +88,26 @@ Output& Output::Field(const CString& str) {
       default: return false;
     }
   });
+}
+
+Output& Output::Text(const CString& str) {
+  return Utf8(str.GetString(), static_cast<size_t>(str.GetLength()), [](char32_t, std::string&) { return false; });
+}
+
+OutputFile::OutputFile(const std::string& path) : m_path(path), m_file(OpenFile(path, "wb")), m_out(m_file) {
+  if (m_file == nullptr) throw std::runtime_error("cannot create " + path);
+}
+
+OutputFile::~OutputFile() {
+  if (m_file == nullptr) return;
+  m_out.Flush();  // what was written before a failure stays written
+  std::fclose(m_file);
+}
+
+void OutputFile::Close() {
+  m_out.Flush();
+  const bool bWritten = std::ferror(m_file) == 0;
+  const bool bClosed = std::fclose(m_file) == 0;
+  m_file = nullptr;
+  if (!bWritten || !bClosed) throw std::runtime_error("cannot write " + m_path);
 }

@@ -21,6 +21,8 @@ class Output {
   Output& Json(const CString& str) { return Json(str.GetString(), static_cast<size_t>(str.GetLength())); }
   // A field of the text format: backslash, tab and line feed as \\, \t and \n.
   Output& Field(const CString& str);
+  // The text as it is.
+  Output& Text(const CString& str);
   void Flush();
 
  private:
@@ -29,4 +31,19 @@ class Output {
 
   std::FILE* m_file;
   std::string m_buffer;
+};
+
+// An output file that a command writes: created (or emptied) at once, checked when closed.
+class OutputFile {
+ public:
+  explicit OutputFile(const std::string& path);
+  ~OutputFile();
+  Output& Out() { return m_out; }
+  // Flushes and closes; a failed write raises, naming the file.
+  void Close();
+
+ private:
+  std::string m_path;
+  std::FILE* m_file;
+  Output m_out;
 };

@@ -43,9 +43,9 @@ void RunPack(const PackOptions& options, Output& out, ParserSafety& safety) {
     out.Raw(pImage, nLength);
     return;
   }
-  std::ofstream file(options.output, std::ios::binary);
-  if (!file.write(pImage, static_cast<std::streamsize>(nLength)) || !file.flush())
-    throw std::runtime_error("cannot write " + options.output);
+  OutputFile file(options.output);
+  file.Out().Raw(pImage, nLength);
+  file.Close();
 }
 
 std::string ReadImageFile(const std::string& path) {

@@ -5,7 +5,9 @@
 #pragma once
 
 #include <xercesc/parsers/XercesDOMParser.hpp>
+#include <xercesc/sax2/SAX2XMLReader.hpp>
 #include <xercesc/util/SecurityManager.hpp>
+#include <xercesc/util/XMLUni.hpp>
 
 class ParserSafety {
  public:
@@ -16,6 +18,13 @@ class ParserSafety {
     pParser->setLoadExternalDTD(false);
     pParser->setDisableDefaultEntityResolution(true);
     pParser->setSecurityManager(&m_securityManager);
+  }
+  void Apply(xercesc::SAX2XMLReader* pParser) {
+    using xercesc::XMLUni;
+    if (bAllowExternal) return;
+    pParser->setFeature(XMLUni::fgXercesLoadExternalDTD, false);
+    pParser->setFeature(XMLUni::fgXercesDisableDefaultEntityResolution, true);
+    pParser->setProperty(XMLUni::fgXercesSecurityManager, &m_securityManager);
   }
 
  private:

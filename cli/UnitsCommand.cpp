@@ -3,6 +3,7 @@
 
 #include "cli/Command.h"
 #include "cli/TmxInput.h"
+#include "cli/UnitText.h"
 
 namespace {
 
@@ -22,22 +23,13 @@ void Render(TmxUnitMap& map, bool bResult, bool bJson, Output& out) {
     map.GetNextAssoc(pos, key, pUnit);
     const TmxTuvList* pList = pUnit ? pUnit->m_pTuvList : nullptr;
     const INT_PTR nVariants = pList ? pList->GetSize() : 0;
-    if (bJson) out << "{\"key\":" << key << ",\"variants\":[";
-    for (INT_PTR i = 0; i < nVariants; i++) {
-      const CTmxTUV& tuv = *(*pList)[i];
-      if (bJson) {
-        out << (i ? ",{\"language\":" : "{\"language\":") ;
-        out.Json(tuv.m_strLanguage) << ",\"segment\":";
-        out.Json(tuv.m_strSegment) << ",\"note\":";
-        out.Json(tuv.m_strNote) << "}";
-      } else {
-        out << key << "\t";
-        out.Field(tuv.m_strLanguage) << "\t";
-        out.Field(tuv.m_strSegment) << "\t";
-        out.Field(tuv.m_strNote) << "\n";
-      }
+    auto variant = [pList](INT_PTR i) -> const CTmxTUV& { return *(*pList)[i]; };
+    if (!bJson) {
+      WriteTextUnit(out, key, nVariants, variant);
+      continue;
     }
-    if (bJson) out << (pos ? "]}," : "]}");
+    WriteJsonUnit(out, key, nVariants, variant);
+    if (pos) out << ",";
   }
   if (bJson) out << "]}\n";
 }

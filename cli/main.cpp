@@ -4,7 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "cli/Arguments.h"
+#include "cli/Platform.h"
 #include "cli/Command.h"
 #include "cli/Errors.h"
 #include "quillon/Version.h"
@@ -21,6 +21,7 @@ int main(int argc, char** argv) {
   PendingRun pending;
   AddLanguagesCommand(app, pending);
   AddUnitsCommand(app, pending);
+  AddExportCommand(app, pending);
   AddPackCommands(app, pending);
 
   UseBinaryStandardStreams();

@@ -43,6 +43,29 @@ expect units-pair-json 0 '^[{]"result":true,"units":\[[{]"key":0,"variants":\[[{
 expect units-no-body 0 '^[{]"result":false,"units":\[\][}]'"$N\$" '^$' -- "$quillon" units --pair en de --json "$tmp/nobody.tmx"
 expect units-pair-and-all 2 '^$' '.' -- "$quillon" units --pair en de --all examples/sample.tmx
 
+# export: the units of `units`, in document order. JSON strings escape their quotes, so a
+# unit object starts wherever ,{"key": occurs.
+json_units() { sed -e 's/^{"result":[a-z]*,"units":\[//' -e 's/\]}$//' -e 's/,{"key":/\n{"key":/g' | LC_ALL=C sort -s -t: -k2,2n; }
+check_export() {  # NAME FILE [OPTIONS...]
+  local name=$1 file=$2; shift 2
+  if [ "$("$quillon" units --json "$@" "$file" | json_units)" = "$("$quillon" export "$@" "$file")" ] &&
+     [ "$("$quillon" units "$@" "$file" | LC_ALL=C sort -s -n -k1,1)" = "$("$quillon" export --format tsv "$@" "$file")" ]
+  then passed=$((passed + 1)); else failed=$((failed + 1)); echo "FAIL $name: export differs from units"; fi
+}
+for f in examples/sample.tmx tests/fuzz/seeds/units.tmx "$tmp/esc.tmx"; do
+  check_export "export-all $f" "$f"
+  check_export "export-pair $f" "$f" --pair en-US de-DE
+done
+STDIN=examples/sample.tmx expect export-stdin 0 '^[{]"key":0,"variants":\[[{]"language":"en-US"' '^$' -- "$quillon" export --pair en-US fr-FR -
+printf '<tmx><body>\n<tu><tuv lang="en"><seg>a</seg></tuv></tu>\n<tu><tuv lang="en"><seg>b</seg></tuv></tu>\n<tu></tmx>' >"$tmp/late.tmx"
+expect export-late-error 1 "^[{]\"key\":0,.*$N[{]\"key\":2,.*$N\$" "^$tmp/late.tmx:4:[0-9]+: error: [^$N]+$N\$" -- "$quillon" export --pair en de "$tmp/late.tmx"
+printf '<tmx><body>\n<tu><tuv lang="en"><seg> a\r\nb\tc </seg></tuv><tuv lang="de"><seg>x</seg></tuv></tu>\n<tu><tuv lang="en"><seg>only</seg></tuv><tuv lang="de"><seg> </seg></tuv></tu></body></tmx>' >"$tmp/par.tmx"
+expect export-moses 0 '^$' "^1 units written, 1 skipped$N\$" -- "$quillon" export --format moses --pair EN de -o "$tmp/par" "$tmp/par.tmx"
+[ "$(cat "$tmp/par.EN")|$(cat "$tmp/par.de")" = "a b c|x" ] && passed=$((passed + 1)) || { failed=$((failed + 1)); echo "FAIL moses-files"; }
+expect export-moses-needs-pair 2 '^$' 'needs --pair' -- "$quillon" export --format moses -o "$tmp/p" examples/sample.tmx
+expect export-bad-format 2 '^$' '.' -- "$quillon" export --format xml examples/sample.tmx
+expect languages-stream 0 "^de-DE${N}en-US${N}fr-FR${N}ja-JP${N}\$" '^$' -- "$quillon" languages --stream examples/sample.tmx
+
 printf '<?xml version="1.0" encoding="UTF-8"?><a x="1"><b/></a>' >"$tmp/w.xml"
 expect size-text 0 "^5 nodes, 240 bytes$N\$" '^$' -- "$quillon" size "$tmp/w.xml"
 expect size-json 0 '^[{]"nodes":5,"size":240[}]'"$N\$" '^$' -- "$quillon" size --json "$tmp/w.xml"

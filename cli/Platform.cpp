@@ -1,4 +1,4 @@
-#include "cli/Arguments.h"
+#include "cli/Platform.h"
 
 #if defined(_WIN32)
 #include <windows.h>  // before shellapi.h, which relies on it
@@ -29,8 +29,25 @@ void UseBinaryStandardStreams() {
   _setmode(_fileno(stdout), _O_BINARY);
   _setmode(_fileno(stderr), _O_BINARY);
 }
+
+std::FILE* OpenFile(const std::string& path, const char* mode) {
+  auto wide = [](const std::string& text) {
+    std::wstring result(MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, nullptr, 0), L'\0');
+    MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, result.data(), static_cast<int>(result.size()));
+    return result;
+  };
+  return _wfopen(wide(path).c_str(), wide(mode).c_str());
+}
+
+bool IsTerminal(std::FILE* file) { return _isatty(_fileno(file)) != 0; }
 #else
+#include <unistd.h>
+
 std::vector<std::string> Utf8Arguments(int argc, char** argv) { return {argv, argv + argc}; }
 
 void UseBinaryStandardStreams() {}
+
+std::FILE* OpenFile(const std::string& path, const char* mode) { return std::fopen(path.c_str(), mode); }
+
+bool IsTerminal(std::FILE* file) { return isatty(fileno(file)) != 0; }
 #endif

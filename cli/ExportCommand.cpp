@@ -1,0 +1,122 @@
+// quillon export [--pair FIRST SECOND | --all] [--format jsonl|tsv|moses] [-o OUT] [--quiet] SOURCE
+//
+// Streams the units through the library's unit reader, in document order and constant memory:
+// jsonl and tsv are the forms `units` prints, a unit (or a variant) a line; moses writes the two
+// line-aligned text files of a language pair that machine-translation training reads.
+#include <cstdio>
+#include <memory>
+
+#include "cli/Command.h"
+#include "cli/Progress.h"
+#include "cli/StreamInput.h"
+#include "cli/UnitText.h"
+#include "quillon/TmxUnitReader.h"
+
+namespace {
+
+struct ExportOptions {
+  std::string source;
+  std::vector<std::string> pair;
+  bool bAll = false;
+  std::string format = "jsonl";
+  std::string output;
+  bool bQuiet = false;
+};
+
+void WriteUnits(CTmxUnitReader& reader, bool bJson, Output& out, Progress& progress) {
+  auto variant = [&reader](INT_PTR i) -> const CTmxTUV& { return reader.GetVariant(i); };
+  while (reader.ReadNextUnit()) {
+    if (bJson) {
+      WriteJsonUnit(out, reader.GetKey(), reader.GetVariantCount(), variant);
+      out << "\n";
+    } else {
+      WriteTextUnit(out, reader.GetKey(), reader.GetVariantCount(), variant);
+    }
+    progress.AddUnit();
+  }
+}
+
+// The segment of the unit's first variant in the language (compared as the reader compares
+// languages) whose segment, with each line break and tab made a space and then trimmed, is not
+// empty. False when there is none.
+bool ParallelSegment(const CTmxUnitReader& reader, const CString& strLanguage, CString& line) {
+  for (INT_PTR i = 0; i < reader.GetVariantCount(); i++) {
+    const CTmxTUV& variant = reader.GetVariant(i);
+    if (variant.m_strLanguage.CompareNoCase(strLanguage) != 0) continue;
+    line.Empty();
+    const CString& segment = variant.m_strSegment;
+    for (int c = 0; c < segment.GetLength(); c++) {
+      const TCHAR ch = segment[c];
+      const bool bBreak = ch == '\n' || ch == '\r' || ch == '\t' || ch == '\v' || ch == '\f' || ch == 0x85 ||
+                          ch == 0x2028 || ch == 0x2029;
+      if (ch == '\n' && c > 0 && segment[c - 1] == '\r') continue;  // CR LF is one line break
+      line += bBreak ? TCHAR(' ') : ch;
+    }
+    int nStart = 0, nEnd = line.GetLength();
+    while (nStart < nEnd && line[nStart] == ' ') nStart++;
+    while (nEnd > nStart && line[nEnd - 1] == ' ') nEnd--;
+    if (nStart == nEnd) continue;
+    line = CString(line.GetString() + nStart, nEnd - nStart);
+    return true;
+  }
+  return false;
+}
+
+void WriteParallelText(CTmxUnitReader& reader, const ExportOptions& options, Progress& progress) {
+  const CString strFirst(options.pair[0].c_str()), strSecond(options.pair[1].c_str());
+  OutputFile first(options.output + "." + options.pair[0]), second(options.output + "." + options.pair[1]);
+  long long nWritten = 0, nSkipped = 0;
+  CString firstLine, secondLine;
+  while (reader.ReadNextUnit()) {
+    progress.AddUnit();
+    if (!ParallelSegment(reader, strFirst, firstLine) || !ParallelSegment(reader, strSecond, secondLine)) {
+      nSkipped++;
+      continue;
+    }
+    first.Out().Text(firstLine) << "\n";
+    second.Out().Text(secondLine) << "\n";
+    nWritten++;
+  }
+  first.Close();
+  second.Close();
+  std::fprintf(stderr, "%lld units written, %lld skipped\n", nWritten, nSkipped);
+}
+
+void RunExport(const ExportOptions& options, Output& out, ParserSafety& safety) {
+  StreamInput input(options.source);
+  std::unique_ptr<CTmxUnitReader> reader =
+      options.pair.empty() ? std::make_unique<CTmxUnitReader>()
+                           : std::make_unique<CTmxUnitReader>(CString(options.pair[0].c_str()),
+                                                             CString(options.pair[1].c_str()));
+  safety.Apply(reader->GetParser());
+  std::unique_ptr<OutputFile> file;
+  if (!options.output.empty() && options.format != "moses") file = std::make_unique<OutputFile>(options.output);
+  Progress progress(input, !options.bQuiet);
+  reader->Open(input);
+  if (options.format == "moses") return WriteParallelText(*reader, options, progress);
+  WriteUnits(*reader, options.format == "jsonl", file ? file->Out() : out, progress);
+  if (file) file->Close();
+}
+
+}  // namespace
+
+void AddExportCommand(CLI::App& app, PendingRun& pending) {
+  auto options = std::make_shared<ExportOptions>();
+  CLI::App* cmd = app.add_subcommand("export", "Stream the units of a TMX document of any size, in document order");
+  auto* pair = cmd->add_option("--pair", options->pair, "Keep the variants of two languages")->expected(2)
+                   ->type_name("FIRST SECOND")->allow_extra_args(false);
+  cmd->add_flag("--all", options->bAll, "Keep every language (the default)")->excludes(pair);
+  cmd->add_option("--format", options->format, "jsonl (default): a unit a line, as `units --json` has it; "
+                                                "tsv: a variant a line, as `units` prints it; moses: PREFIX.FIRST "
+                                                "and PREFIX.SECOND, a segment a line (needs --pair and -o)")
+      ->check(CLI::IsMember({"jsonl", "tsv", "moses"}));
+  cmd->add_option("-o", options->output, "Write to this file (for moses, this prefix) instead of standard output");
+  cmd->add_flag("--quiet", options->bQuiet, "No progress line on a terminal");
+  cmd->add_option("SOURCE", options->source, "TMX file, or - for standard input")->required();
+  cmd->callback([options, &pending] {
+    if (options->format == "moses" && (options->pair.empty() || options->output.empty()))
+      throw CLI::ValidationError("--format moses", "needs --pair FIRST SECOND and -o PREFIX");
+    pending.input = options->source;
+    pending.run = [options](Output& out, ParserSafety& safety) { RunExport(*options, out, safety); };
+  });
+}
