@@ -28,6 +28,7 @@ class CFileStream : public BinInputStream {
 
 }  // namespace
 
-CFileInputSource::CFileInputSource(CFile& file) : InputSource(XMLPlatformUtils::fgMemoryManager), m_file(file) {}
+// Named as the engine names an in-memory document, so that messages about it read the same.
+CFileInputSource::CFileInputSource(CFile& file) : InputSource("memTmxFile", XMLPlatformUtils::fgMemoryManager), m_file(file) {}
 
 BinInputStream* CFileInputSource::makeStream() const { return new (getMemoryManager()) CFileStream(m_file); }

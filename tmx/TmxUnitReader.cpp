@@ -10,6 +10,7 @@
 #include <xercesc/dom/DOMException.hpp>
 #include <xercesc/framework/LocalFileInputSource.hpp>
 #include <xercesc/framework/XMLDocumentHandler.hpp>
+#include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/sax2/Attributes.hpp>
 #include <xercesc/sax2/DefaultHandler.hpp>
 #include <xercesc/sax2/XMLReaderFactory.hpp>
@@ -135,7 +136,11 @@ class CTmxUnitStream : public DefaultHandler, private UnitSink {
     m_bEnded = true;
     m_pSource = std::move(pOwned);
     Reset();
-    m_bEnded = !m_pParser->parseFirst(source, m_token);
+    try {
+      m_bEnded = !m_pParser->parseFirst(source, m_token);
+    } catch (const XMLException& e) {
+      ReportAsFullParse(e, source);
+    }
   }
 
   bool ReadNextUnit() {
@@ -163,6 +168,16 @@ class CTmxUnitStream : public DefaultHandler, private UnitSink {
   bool Result() const { return !m_rules.IsBilingual() || m_bBodyRead; }
 
  private:
+  // A full parse reports what stops it before the first character (input that cannot be
+  // opened or decoded) to the error handler; the first step of a progressive parse throws it.
+  void ReportAsFullParse(const XMLException& e, const InputSource& source) {
+    const SAXParseException error(e.getMessage(), source.getPublicId(), source.getSystemId(), 0, 0);
+    if (e.getErrorType() >= XMLErrorReporter::ErrType_Fatal)
+      m_errorReporter.fatalError(error);
+    else if (e.getErrorType() == XMLErrorReporter::ErrType_Error)
+      m_errorReporter.error(error);
+  }
+
   void ParseNext() {
     m_bEnded = true;  // stays so when the parse raises
     m_bEnded = !m_pParser->parseNext(m_token);

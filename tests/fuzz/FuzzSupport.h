@@ -1,29 +1,41 @@
-// What every fuzz target shares: parsers that fetch nothing and cap entity expansion, so that an
-// input can neither reach the network nor read local files nor blow up by design.
+// What every fuzz target shares: the tool's safe parser settings (nothing fetched, entity
+// expansion capped), so that an input can neither reach the network nor read local files nor
+// blow up by design; and a name for the way an input was refused.
 #pragma once
 
+#include <string>
+
 #include <xercesc/dom/DOMException.hpp>
-#include <xercesc/parsers/XercesDOMParser.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
-#include <xercesc/util/SecurityManager.hpp>
 #include <xercesc/util/XMLException.hpp>
 
-inline void MakeParserSafe(xercesc::XercesDOMParser& parser) {
-  static xercesc::SecurityManager securityManager;
-  parser.setLoadExternalDTD(false);
-  parser.setDisableDefaultEntityResolution(true);
-  parser.setSecurityManager(&securityManager);
+#include "cli/ParserSafety.h"
+#include "quillon/afx.h"
+
+// One for the process: the parsers keep pointing at its security manager.
+inline ParserSafety& Safety() {
+  static ParserSafety safety;
+  return safety;
 }
 
-// Runs a parse; false when the input is refused with one of the parser library's exceptions.
+// Runs a parse; empty when it completes, else the parser library's exception that refused the
+// input, with its position.
 template <class Parse>
-bool Parses(Parse parse) {
+std::string FailureOf(Parse parse) {
   try {
     parse();
-    return true;
-  } catch (const xercesc::SAXParseException&) {
-  } catch (const xercesc::XMLException&) {
-  } catch (const xercesc::DOMException&) {  // e.g. a declaration's version the DOM refuses
+    return {};
+  } catch (const xercesc::SAXParseException& e) {
+    return "SAX " + std::to_string(e.getLineNumber()) + ":" + std::to_string(e.getColumnNumber()) + " " +
+           CW2A(e.getMessage()).str();
+  } catch (const xercesc::XMLException& e) {
+    return "XML " + CW2A(e.getMessage()).str();
+  } catch (const xercesc::DOMException& e) {  // e.g. a declaration's version the DOM refuses
+    return "DOM " + std::to_string(e.code);
   }
-  return false;
+}
+
+template <class Parse>
+bool Parses(Parse parse) {
+  return FailureOf(parse).empty();
 }

@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::fclose(f);
   }
   CGenXMLInterface xml(CString(path.c_str()), 0, CString());
-  MakeParserSafe(*xml.GetParser());
+  Safety().Apply(xml.GetParser());
   int nSize = 0, nNodes = 0;
   if (!Parses([&] { nNodes = xml.PreParseForSize(nSize); })) return 0;
   // Guard bytes after the reported size show any write past it.
