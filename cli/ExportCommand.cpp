@@ -23,17 +23,28 @@ struct ExportOptions {
   bool bQuiet = false;
 };
 
-void WriteUnits(CTmxUnitReader& reader, bool bJson, Output& out, Progress& progress) {
-  auto variant = [&reader](INT_PTR i) -> const CTmxTUV& { return reader.GetVariant(i); };
-  while (reader.ReadNextUnit()) {
-    if (bJson) {
-      WriteJsonUnit(out, reader.GetKey(), reader.GetVariantCount(), variant);
-      out << "\n";
-    } else {
-      WriteTextUnit(out, reader.GetKey(), reader.GetVariantCount(), variant);
+// Every unit of the document to write(reader), as the parser runs through it.
+template <class Write>
+void ForEachUnit(CTmxUnitReader& reader, Progress& progress, Write write) {
+  struct Handler : CTmxUnitHandler {
+    Progress& progress;
+    Write& write;
+    Handler(Progress& p, Write& w) : progress(p), write(w) {}
+    void OnUnit(const CTmxUnitReader& reader) override {
+      write(reader);
+      progress.AddUnit();
     }
-    progress.AddUnit();
-  }
+  } handler(progress, write);
+  reader.ReadUnits(handler);
+}
+
+void WriteUnits(CTmxUnitReader& reader, bool bJson, Output& out, Progress& progress) {
+  ForEachUnit(reader, progress, [&](const CTmxUnitReader& unit) {
+    auto variant = [&unit](INT_PTR i) -> const CTmxTUV& { return unit.GetVariant(i); };
+    if (!bJson) return WriteTextUnit(out, unit.GetKey(), unit.GetVariantCount(), variant);
+    WriteJsonUnit(out, unit.GetKey(), unit.GetVariantCount(), variant);
+    out << "\n";
+  });
 }
 
 // The segment of the unit's first variant in the language (compared as the reader compares
@@ -67,16 +78,15 @@ void WriteParallelText(CTmxUnitReader& reader, const ExportOptions& options, Pro
   OutputFile first(options.output + "." + options.pair[0]), second(options.output + "." + options.pair[1]);
   long long nWritten = 0, nSkipped = 0;
   CString firstLine, secondLine;
-  while (reader.ReadNextUnit()) {
-    progress.AddUnit();
-    if (!ParallelSegment(reader, strFirst, firstLine) || !ParallelSegment(reader, strSecond, secondLine)) {
+  ForEachUnit(reader, progress, [&](const CTmxUnitReader& unit) {
+    if (!ParallelSegment(unit, strFirst, firstLine) || !ParallelSegment(unit, strSecond, secondLine)) {
       nSkipped++;
-      continue;
+      return;
     }
     first.Out().Text(firstLine) << "\n";
     second.Out().Text(secondLine) << "\n";
     nWritten++;
-  }
+  });
   first.Close();
   second.Close();
   std::fprintf(stderr, "%lld units written, %lld skipped\n", nWritten, nSkipped);

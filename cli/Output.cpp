@@ -1,97 +1,159 @@
 #include "cli/Output.h"
 
+#include <bit>
+#include <cstdint>
+#include <cstring>
 #include <stdexcept>
 
 #include "cli/Platform.h"
 
 namespace {
 
-constexpr size_t kFlushAt = 1 << 20;
+constexpr size_t kMaxBytesPerUnit = 6;  // \u001f, the longest escape; a code point takes at most 3 a unit
+constexpr size_t kSlice = 1 << 16;      // code units converted per reservation
 
-void AppendCodePoint(std::string& out, char32_t c) {
-  if (c < 0x80) {
-    out += static_cast<char>(c);
-  } else if (c < 0x800) {
-    out += {static_cast<char>(0xC0 | (c >> 6)), static_cast<char>(0x80 | (c & 0x3F))};
+char* AppendCodePoint(char* p, char32_t c) {
+  if (c < 0x800) {
+    *p++ = static_cast<char>(0xC0 | (c >> 6));
   } else if (c < 0x10000) {
-    out += {static_cast<char>(0xE0 | (c >> 12)), static_cast<char>(0x80 | ((c >> 6) & 0x3F)),
-            static_cast<char>(0x80 | (c & 0x3F))};
+    *p++ = static_cast<char>(0xE0 | (c >> 12));
+    *p++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
   } else {
-    out += {static_cast<char>(0xF0 | (c >> 18)), static_cast<char>(0x80 | ((c >> 12) & 0x3F)),
-            static_cast<char>(0x80 | ((c >> 6) & 0x3F)), static_cast<char>(0x80 | (c & 0x3F))};
+    *p++ = static_cast<char>(0xF0 | (c >> 18));
+    *p++ = static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+    *p++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
   }
+  *p++ = static_cast<char>(0x80 | (c & 0x3F));
+  return p;
 }
+
+// Four UTF-16 code units in one 64-bit word, lane by lane: most text is plain ASCII, which goes
+// out four units at a time.
+constexpr uint64_t kLanes = 0x0001000100010001ull;
+constexpr uint64_t kLaneTops = 0x8000800080008000ull;
+bool AllAscii(uint64_t v) { return (v & (0xFF80 * kLanes)) == 0; }
+// For lanes below 0x8000: whether one is below n, or equals c.
+bool AnyBelow(uint64_t v, uint64_t n) { return ((v - n * kLanes) & ~v & kLaneTops) != 0; }
+bool AnyEqual(uint64_t v, uint64_t c) { return AnyBelow(v ^ (c * kLanes), 1); }
+
+// Copies the plain ASCII units from psz on, four at a time while plain(word) holds for all four,
+// as bytes to p; returns the units copied.
+template <class Plain>
+size_t CopyPlainAscii(const char16_t* psz, size_t nLength, char*& p, Plain plain) {
+  static_assert(std::endian::native == std::endian::little, "lanes are read in memory order");
+  size_t i = 0;
+  for (uint64_t v; i + 4 <= nLength; i += 4) {
+    std::memcpy(&v, psz + i, sizeof v);
+    if (!AllAscii(v) || !plain(v)) break;
+    v = (v | (v >> 8)) & 0x0000FFFF0000FFFFull;
+    v |= v >> 16;
+    std::memcpy(p, &v, 4);
+    p += 4;
+  }
+  return i;
+}
+
+bool IsHighSurrogate(char32_t c) { return c >= 0xD800 && c <= 0xDBFF; }
+bool IsLowSurrogate(char32_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
 
 }  // namespace
 
+char* Output::Reserve(size_t n) {
+  if (m_nUsed + n > kCapacity) Flush();
+  return m_buffer.get() + m_nUsed;
+}
+
 Output& Output::Raw(const char* p, size_t n) {
-  if (n >= kFlushAt) {  // large blocks go out directly, not through the buffer
+  if (n > kCapacity / 2) {  // large blocks go out directly, not through the buffer
     Flush();
     std::fwrite(p, 1, n, m_file);
-    return *this;
+  } else {
+    std::memcpy(Reserve(n), p, n);
+    m_nUsed += n;
   }
-  m_buffer.append(p, n);
-  if (m_buffer.size() >= kFlushAt) Flush();
   return *this;
 }
 
 void Output::Flush() {
-  if (m_buffer.empty()) return;
-  std::fwrite(m_buffer.data(), 1, m_buffer.size(), m_file);
-  m_buffer.clear();
+  if (m_nUsed) std::fwrite(m_buffer.get(), 1, m_nUsed, m_file);
+  m_nUsed = 0;
 }
 
-// Converts to UTF-8 (a lone surrogate becomes U+FFFD); escape(c, out) may write an escaped form
-// of an ASCII code unit and return true.
-template <class Escape>
-Output& Output::Utf8(LPCTSTR psz, size_t nLength, Escape escape) {
-  for (size_t i = 0; i < nLength; i++) {
-    char32_t c = psz[i];
-    if (c < 0x80 && escape(c, m_buffer)) continue;
-    if (c >= 0xD800 && c <= 0xDBFF && i + 1 < nLength && psz[i + 1] >= 0xDC00 && psz[i + 1] <= 0xDFFF)
-      c = 0x10000 + ((c - 0xD800) << 10) + (psz[++i] - 0xDC00);
-    else if (c >= 0xD800 && c <= 0xDFFF)
-      c = 0xFFFD;
-    AppendCodePoint(m_buffer, c);
+// Converts to UTF-8 (a lone surrogate becomes U+FFFD), a slice at a time so that any text fits
+// the buffer; escape(c, p) may write an escaped form of an ASCII code unit at p, advance p and
+// return true; plain(word) tells that four ASCII units need no escape.
+template <class Escape, class Plain>
+Output& Output::Utf8(LPCTSTR psz, size_t nLength, Escape escape, Plain plain) {
+  for (size_t i = 0; i < nLength;) {
+    size_t nEnd = i + std::min(kSlice, nLength - i);
+    if (nEnd < nLength && IsHighSurrogate(psz[nEnd - 1])) nEnd++;  // keep a pair in one slice
+    char* const pStart = Reserve(kMaxBytesPerUnit * (nEnd - i));
+    char* p = pStart;
+    for (; i < nEnd; i++) {
+      i += CopyPlainAscii(psz + i, nEnd - i, p, plain);
+      if (i == nEnd) break;
+      char32_t c = psz[i];
+      if (c < 0x80) {
+        if (!escape(c, p)) *p++ = static_cast<char>(c);
+        continue;
+      }
+      if (IsHighSurrogate(c) && i + 1 < nLength && IsLowSurrogate(psz[i + 1]))
+        c = 0x10000 + ((c - 0xD800) << 10) + (psz[++i] - 0xDC00);
+      else if (IsHighSurrogate(c) || IsLowSurrogate(c))
+        c = 0xFFFD;
+      p = AppendCodePoint(p, c);
+    }
+    m_nUsed += static_cast<size_t>(p - pStart);
   }
-  if (m_buffer.size() >= kFlushAt) Flush();
   return *this;
 }
+
+namespace {
+
+char* Put(char* p, const char* text) {
+  while (*text) *p++ = *text++;
+  return p;
+}
+
+}  // namespace
 
 Output& Output::Json(LPCTSTR psz, size_t nLength) {
-  m_buffer += '"';
-  Utf8(psz, nLength, [](char32_t c, std::string& out) {
+  Raw("\"", 1);
+  Utf8(psz, nLength, [](char32_t c, char*& p) {
+    if (c >= 0x20 && c != '"' && c != '\\') return false;  // the usual case, decided without a jump
     switch (c) {
-      case '"': out += "\\\""; return true;
-      case '\\': out += "\\\\"; return true;
-      case '\n': out += "\\n"; return true;
-      case '\r': out += "\\r"; return true;
-      case '\t': out += "\\t"; return true;
+      case '"': p = Put(p, "\\\""); return true;
+      case '\\': p = Put(p, "\\\\"); return true;
+      case '\n': p = Put(p, "\\n"); return true;
+      case '\r': p = Put(p, "\\r"); return true;
+      case '\t': p = Put(p, "\\t"); return true;
       default:
         if (c >= 0x20) return false;
-        char escaped[8];
-        std::snprintf(escaped, sizeof escaped, "\\u%04x", static_cast<unsigned>(c));
-        out += escaped;
+        static const char kHex[] = "0123456789abcdef";
+        p = Put(p, "\\u00");
+        *p++ = kHex[c >> 4];
+        *p++ = kHex[c & 0xF];
         return true;
     }
-  });
-  m_buffer += '"';
-  return *this;
+  }, [](uint64_t v) { return !AnyBelow(v, 0x20) && !AnyEqual(v, '"') && !AnyEqual(v, '\\'); });
+  return Raw("\"", 1);
 }
 
 Output& Output::Field(const CString& str) {
-  return Utf8(str.GetString(), static_cast<size_t>(str.GetLength()), [](char32_t c, std::string& out) {
+  return Utf8(str.GetString(), static_cast<size_t>(str.GetLength()), [](char32_t c, char*& p) {
+    if (c > '\\' || (c != '\t' && c != '\n' && c != '\\')) return false;
     switch (c) {
-      case '\\': out += "\\\\"; return true;
-      case '\t': out += "\\t"; return true;
-      case '\n': out += "\\n"; return true;
+      case '\\': p = Put(p, "\\\\"); return true;
+      case '\t': p = Put(p, "\\t"); return true;
+      case '\n': p = Put(p, "\\n"); return true;
       default: return false;
     }
-  });
+  }, [](uint64_t v) { return !AnyEqual(v, '\t') && !AnyEqual(v, '\n') && !AnyEqual(v, '\\'); });
 }
 
 Output& Output::Text(const CString& str) {
-  return Utf8(str.GetString(), static_cast<size_t>(str.GetLength()), [](char32_t, std::string&) { return false; });
+  return Utf8(str.GetString(), static_cast<size_t>(str.GetLength()), [](char32_t, char*&) { return false; },
+              [](uint64_t) { return true; });
 }
 
 OutputFile::OutputFile(const std::string& path) : m_path(path), m_file(OpenFile(path, "wb")), m_out(m_file) {

@@ -1,9 +1,9 @@
 // Streaming the tool's output: UTF-16 text straight into UTF-8, escaped for JSON or for the
-// tab-separated text format, flushed in large blocks. A command writes only after its work has
-// succeeded, so nothing reaches stdout on failure.
+// tab-separated text format, flushed in large blocks.
 #pragma once
 
 #include <cstdio>
+#include <memory>
 #include <string>
 
 #include "quillon/afx.h"
@@ -12,6 +12,9 @@ class Output {
  public:
   explicit Output(std::FILE* file) : m_file(file) {}
   ~Output() { Flush(); }
+  Output(const Output&) = delete;
+  Output& operator=(const Output&) = delete;
+
   Output& operator<<(const std::string& text) { return Raw(text.data(), text.size()); }
   Output& operator<<(const char* text) { return Raw(text, std::char_traits<char>::length(text)); }
   Output& operator<<(long long n) { return *this << std::to_string(n); }
@@ -26,11 +29,15 @@ class Output {
   void Flush();
 
  private:
-  template <class Escape>
-  Output& Utf8(LPCTSTR psz, size_t nLength, Escape escape);
+  static constexpr size_t kCapacity = 1 << 20;
+  // Room for n more bytes, flushing first when the buffer lacks it (n is at most kCapacity).
+  char* Reserve(size_t n);
+  template <class Escape, class Plain>
+  Output& Utf8(LPCTSTR psz, size_t nLength, Escape escape, Plain plain);
 
   std::FILE* m_file;
-  std::string m_buffer;
+  std::unique_ptr<char[]> m_buffer{new char[kCapacity]};
+  size_t m_nUsed = 0;
 };
 
 // An output file that a command writes: created (or emptied) at once, checked when closed.

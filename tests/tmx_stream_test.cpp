@@ -173,16 +173,4 @@ TEST(StreamTest, PathMemoryFileAndInputSourceGiveTheSameUnitsAndReopeningStartsO
   }
 }
 
-TEST(StreamTest, LanguagesCoverUnitsAlreadyRead) {
-  std::string text = ReadFile(QUILLON_EXAMPLES "/sample.tmx");
-  CMemFile file(reinterpret_cast<BYTE*>(text.data()), static_cast<UINT>(text.size()));
-  CTmxUnitReader reader;
-  reader.Open(&file);
-  ASSERT_TRUE(reader.ReadNextUnit());
-  CStringArray languages;
-  EXPECT_TRUE(reader.ReadLanguages(&languages));
-  EXPECT_EQ(languages.GetSize(), 4);
-  EXPECT_FALSE(reader.ReadNextUnit());
-}
-
 }  // namespace

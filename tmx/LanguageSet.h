@@ -11,8 +11,11 @@
 
 class LanguageSet {
  public:
-  static bool IsVariantTag(LPCTSTR pszTagName) { return TextView(pszTagName) == _T("tuv"); }
+  static bool IsVariantTag(LPCTSTR pszTagName) { return NameEquals(pszTagName, _T("tuv")); }
   static constexpr LPCTSTR kAttributes[] = {_T("lang"), _T("xml:lang")};
+  static bool IsLanguageAttribute(LPCTSTR pszName) {
+    return NameEquals(pszName, kAttributes[0]) || NameEquals(pszName, kAttributes[1]);
+  }
 
   void Add(LPCTSTR pszValue) {
     if (pszValue && *pszValue && m_languages.find(TextView(pszValue)) == m_languages.end())

@@ -113,8 +113,9 @@ class SegReader {
 
 class CTmxUnitStream : public DefaultHandler, private UnitSink {
  public:
-  CTmxUnitStream(const CString* pFirstLanguage, const CString* pSecondLanguage)
-      : m_strFirst(pFirstLanguage ? *pFirstLanguage : CString()),
+  CTmxUnitStream(const CTmxUnitReader& owner, const CString* pFirstLanguage, const CString* pSecondLanguage)
+      : m_owner(owner),
+        m_strFirst(pFirstLanguage ? *pFirstLanguage : CString()),
         m_strSecond(pSecondLanguage ? *pSecondLanguage : CString()),
         m_rules(*this, m_nKeyCounter, pFirstLanguage ? &m_strFirst : nullptr, pFirstLanguage ? &m_strSecond : nullptr),
         m_pParser(XMLReaderFactory::createXMLReader(XMLPlatformUtils::fgMemoryManager)) {
@@ -132,28 +133,36 @@ class CTmxUnitStream : public DefaultHandler, private UnitSink {
   SAX2XMLReader* Parser() { return m_pParser.get(); }
 
   void Open(const InputSource& source, std::unique_ptr<InputSource> pOwned = nullptr) {
-    if (!m_bEnded) m_pParser->parseReset(m_token);
-    m_bEnded = true;
+    if (m_bStepping && !m_bEnded) m_pParser->parseReset(m_token);
     m_pSource = std::move(pOwned);
+    m_pInput = &source;
+    m_bStarted = m_bStepping = false;
+    m_bEnded = true;
     Reset();
-    try {
-      m_bEnded = !m_pParser->parseFirst(source, m_token);
-    } catch (const XMLException& e) {
-      ReportAsFullParse(e, source);
-    }
   }
 
   bool ReadNextUnit() {
     m_nVariants = 0;
     m_bUnitReady = false;
-    while (!m_bUnitReady && !m_bEnded) ParseNext();
+    while (!m_bUnitReady && Step()) {
+    }
     return m_bUnitReady;
+  }
+
+  bool ReadUnits(CTmxUnitHandler& handler) {
+    m_pHandler = &handler;
+    struct Done {
+      CTmxUnitHandler*& pHandler;
+      ~Done() { pHandler = nullptr; }
+    } done{m_pHandler};
+    ReadToTheEnd();
+    return Result();
   }
 
   bool ReadLanguages(CStringArray* pLanguages) {
     m_bReadUnits = false;
     m_nBodyDepth = 0;
-    while (!m_bEnded) ParseNext();
+    ReadToTheEnd();
     if (pLanguages == nullptr) return true;
     m_languages.AppendTo(*pLanguages);
     return pLanguages->GetSize() > 0;
@@ -168,6 +177,33 @@ class CTmxUnitStream : public DefaultHandler, private UnitSink {
   bool Result() const { return !m_rules.IsBilingual() || m_bBodyRead; }
 
  private:
+  // One step of a progressive parse, started on the first; false once the document has ended.
+  bool Step() {
+    if (!m_bStarted && m_pInput) {
+      m_bStarted = m_bStepping = true;
+      try {
+        m_bEnded = !m_pParser->parseFirst(*m_pInput, m_token);
+      } catch (const XMLException& e) {
+        ReportAsFullParse(e, *m_pInput);
+      }
+    } else if (!m_bEnded) {
+      m_bEnded = true;  // stays so when the parse raises
+      m_bEnded = !m_pParser->parseNext(m_token);
+    }
+    return !m_bEnded;
+  }
+
+  // A document not started yet is parsed whole, uninterrupted; else the steps go on.
+  void ReadToTheEnd() {
+    if (m_bStarted) {
+      while (Step()) {
+      }
+      return;
+    }
+    m_bStarted = true;
+    if (m_pInput) m_pParser->parse(*m_pInput);
+  }
+
   // A full parse reports what stops it before the first character (input that cannot be
   // opened or decoded) to the error handler; the first step of a progressive parse throws it.
   void ReportAsFullParse(const XMLException& e, const InputSource& source) {
@@ -176,11 +212,6 @@ class CTmxUnitStream : public DefaultHandler, private UnitSink {
       m_errorReporter.fatalError(error);
     else if (e.getErrorType() == XMLErrorReporter::ErrType_Error)
       m_errorReporter.error(error);
-  }
-
-  void ParseNext() {
-    m_bEnded = true;  // stays so when the parse raises
-    m_bEnded = !m_pParser->parseNext(m_token);
   }
 
   void Reset() {
@@ -253,7 +284,7 @@ class CTmxUnitStream : public DefaultHandler, private UnitSink {
     const XMLSize_t nAttributes = attributes.getLength();
     for (XMLSize_t i = 0; i < nAttributes; i++) language.Consider(attributes.getQName(i), attributes.getValue(i));
     m_strLanguage = language.Value();
-    m_rules.BeginVariant(m_strLanguage);
+    m_rules.BeginVariant(TextView(m_strLanguage.GetString(), static_cast<size_t>(m_strLanguage.GetLength())));
   }
 
   void BeginNote(UnitRules::Role role) {
@@ -266,9 +297,12 @@ class CTmxUnitStream : public DefaultHandler, private UnitSink {
       case 1:
         if (!m_bInUnit) break;
         m_bInUnit = false;
-        if (m_nVariants > 0) {
-          m_bUnitReady = true;
-          m_nUnitKey = m_nKeyCounter;
+        if (m_nVariants == 0) break;
+        m_nUnitKey = m_nKeyCounter;
+        m_bUnitReady = true;
+        if (m_pHandler) {
+          m_pHandler->OnUnit(m_owner);
+          m_nVariants = 0;
         }
         break;
       case 2:
@@ -294,8 +328,9 @@ class CTmxUnitStream : public DefaultHandler, private UnitSink {
   // ContentHandler and LexicalHandler
   void startElement(const XMLCh* const, const XMLCh* const, const XMLCh* const pszName,
                     const Attributes& attributes) override {
-    if (LanguageSet::IsVariantTag(pszName))
-      for (LPCTSTR pszAttribute : LanguageSet::kAttributes) m_languages.Add(attributes.getValue(pszAttribute));
+    if (!m_bReadUnits && LanguageSet::IsVariantTag(pszName))
+      for (XMLSize_t i = 0, nAttributes = attributes.getLength(); i < nAttributes; i++)
+        if (LanguageSet::IsLanguageAttribute(attributes.getQName(i))) m_languages.Add(attributes.getValue(i));
     m_bTextOpen = false;
     if (InBody()) ChildNode(DOMNode::ELEMENT_NODE, pszName, {}, &attributes);
     m_nDepth++;
@@ -347,23 +382,28 @@ class CTmxUnitStream : public DefaultHandler, private UnitSink {
   void endCDATA() override { m_bInCData = false; }
 
   // UnitSink: the variants of the unit in progress, kept in storage that units reuse.
-  void FileVariant(int, LPCTSTR pszLanguage, TextView segment, const CString& strNote) override {
+  void FileVariant(int, TextView language, TextView segment, const CString& strNote) override {
     if (m_nVariants == m_variants.size()) m_variants.push_back(std::make_unique<CTmxTUV>(nullptr, nullptr, nullptr));
     CTmxTUV& variant = *m_variants[m_nVariants++];
-    variant.m_strLanguage = pszLanguage;
+    variant.m_strLanguage.SetString(language.data(), static_cast<int>(language.size()));
     variant.m_strSegment.SetString(segment.data(), static_cast<int>(segment.size()));
     variant.m_strNote = strNote;
   }
 
+  const CTmxUnitReader& m_owner;
   CString m_strFirst, m_strSecond;
   int m_nKeyCounter = -1;
   UnitRules m_rules;
   DOMTreeErrorReporter m_errorReporter;
   VersionCheck m_versionCheck;
   std::unique_ptr<SAX2XMLReader> m_pParser;
-  std::unique_ptr<InputSource> m_pSource;
+  std::unique_ptr<InputSource> m_pSource;  // the input, when the reader made it
+  const InputSource* m_pInput = nullptr;
   XMLPScanToken m_token;
+  bool m_bStarted = false;   // the parse has begun
+  bool m_bStepping = false;  // as a progressive parse
   bool m_bEnded = true;
+  CTmxUnitHandler* m_pHandler = nullptr;
 
   // Where the parse is
   int m_nDepth = 0;       // open elements
@@ -389,10 +429,10 @@ class CTmxUnitStream : public DefaultHandler, private UnitSink {
   size_t m_nVariants = 0;
 };
 
-CTmxUnitReader::CTmxUnitReader() : m_pStream(std::make_unique<CTmxUnitStream>(nullptr, nullptr)) {}
+CTmxUnitReader::CTmxUnitReader() : m_pStream(std::make_unique<CTmxUnitStream>(*this, nullptr, nullptr)) {}
 
 CTmxUnitReader::CTmxUnitReader(const CString& strFirstLanguage, const CString& strSecondLanguage)
-    : m_pStream(std::make_unique<CTmxUnitStream>(&strFirstLanguage, &strSecondLanguage)) {}
+    : m_pStream(std::make_unique<CTmxUnitStream>(*this, &strFirstLanguage, &strSecondLanguage)) {}
 
 CTmxUnitReader::~CTmxUnitReader() = default;
 
@@ -413,6 +453,7 @@ void CTmxUnitReader::Open(CFile* pFile) {
 
 void CTmxUnitReader::Open(const InputSource& source) { m_pStream->Open(source); }
 BOOL CTmxUnitReader::ReadNextUnit() { return m_pStream->ReadNextUnit(); }
+BOOL CTmxUnitReader::ReadUnits(CTmxUnitHandler& handler) { return m_pStream->ReadUnits(handler); }
 int CTmxUnitReader::GetKey() const { return m_pStream->Key(); }
 INT_PTR CTmxUnitReader::GetVariantCount() const { return m_pStream->VariantCount(); }
 const CTmxTUV& CTmxUnitReader::GetVariant(INT_PTR nIndex) const { return m_pStream->Variant(nIndex); }

@@ -20,8 +20,9 @@ class MapSink : public UnitSink {
  public:
   explicit MapSink(TmxUnitMap& map) : m_map(map) {}
 
-  void FileVariant(int nKey, LPCTSTR pszLanguage, TextView segment, const CString& strNote) override {
-    auto pTuv = std::make_unique<CTmxTUV>(pszLanguage, nullptr, strNote);
+  void FileVariant(int nKey, TextView language, TextView segment, const CString& strNote) override {
+    auto pTuv = std::make_unique<CTmxTUV>(nullptr, nullptr, strNote);
+    pTuv->m_strLanguage.SetString(language.data(), static_cast<int>(language.size()));
     pTuv->m_strSegment.SetString(segment.data(), static_cast<int>(segment.size()));
     CTmxElementAddressAndTUV* pUnit = nullptr;
     std::unique_ptr<CTmxElementAddressAndTUV> pNewUnit;
@@ -45,7 +46,7 @@ class MapSink : public UnitSink {
   TmxUnitMap& m_map;
 };
 
-const XMLCh* VariantLanguageOf(const DOMNode* pVariant) {
+TextView VariantLanguageOf(const DOMNode* pVariant) {
   VariantLanguage language;
   if (const DOMNamedNodeMap* pAttributes = pVariant->getAttributes()) {
     const XMLSize_t nAttributes = pAttributes->getLength();
@@ -54,7 +55,7 @@ const XMLCh* VariantLanguageOf(const DOMNode* pVariant) {
       language.Consider(pAttribute->getNodeName(), AttributeValue(pAttribute));
     }
   }
-  return language.Value();
+  return language.Value() ? TextView(language.Value()) : TextView();
 }
 
 SegSummary Summarize(const DOMNode* pSeg) {

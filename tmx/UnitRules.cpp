@@ -9,7 +9,10 @@ using xercesc::DOMNode;
 
 namespace {
 
-bool NameIs(LPCTSTR pszName, LPCTSTR pszLowerName) { return AfxCompareNoCase(pszName, pszLowerName) == 0; }
+// Most names differ in their first letter: the full comparison is for the few that do not.
+bool NameIs(LPCTSTR pszName, LPCTSTR pszLowerName) {
+  return (pszName[0] | 0x20) == pszLowerName[0] && AfxCompareNoCase(pszName, pszLowerName) == 0;
+}
 
 bool IsLanguageAttribute(LPCTSTR pszName) { return NameIs(pszName, _T("lang")) || NameIs(pszName, _T("xml:lang")); }
 
@@ -60,16 +63,16 @@ UnitRules::Role UnitRules::VariantChild(LPCTSTR pszNodeName) {
   return NameIs(pszNodeName, _T("seg")) ? Role::kSegment : Role::kOther;
 }
 
-void UnitRules::BeginVariant(LPCTSTR pszLanguage) {
-  m_pszLanguage = pszLanguage;
+void UnitRules::BeginVariant(TextView language) {
+  m_language = language;
   m_strOwnNote.Empty();
 }
 
 // Language codes match whole, ignoring ASCII case; without a language attribute a variant
 // matches only an empty language field.
 bool UnitRules::KeepsVariant() const {
-  return !IsBilingual() || AfxCompareNoCase(m_pszLanguage, *m_pSecondLanguage) == 0 ||
-         AfxCompareNoCase(m_pszLanguage, *m_pFirstLanguage) == 0;
+  return !IsBilingual() || AfxCompareNoCase(m_language.data(), *m_pSecondLanguage) == 0 ||
+         AfxCompareNoCase(m_language.data(), *m_pFirstLanguage) == 0;
 }
 
 void UnitRules::TakeNote(TextView text, CString& strNote) {
@@ -97,5 +100,5 @@ void UnitRules::File(TextView segment) {
     merged.Format(IDS_NOTE_MERGE, m_strUnitNote.GetString(), m_strOwnNote.GetString());
     m_strOwnNote = std::move(merged);
   }
-  m_sink.FileVariant(m_nKey, m_pszLanguage, segment, m_strOwnNote);
+  m_sink.FileVariant(m_nKey, m_language, segment, m_strOwnNote);
 }

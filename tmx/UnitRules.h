@@ -13,10 +13,17 @@
 
 typedef std::basic_string_view<TCHAR> TextView;
 
+// Exact equality of a parser string and a name, decided without measuring the string first.
+inline bool NameEquals(LPCTSTR psz, LPCTSTR pszName) {
+  for (; *psz == *pszName; psz++, pszName++)
+    if (*psz == 0) return true;
+  return false;
+}
+
 // Where the variants that the rules keep go: a unit map, or the unit a stream is reading.
 class UnitSink {
  public:
-  virtual void FileVariant(int nKey, LPCTSTR pszLanguage, TextView segment, const CString& strNote) = 0;
+  virtual void FileVariant(int nKey, TextView language, TextView segment, const CString& strNote) = 0;
 
  protected:
   ~UnitSink() = default;
@@ -57,7 +64,7 @@ class UnitRules {
   // The bilingual rules read the first element whose tag name is exactly "body", at any depth
   // (the engine asks the DOM for it by that name); the multilingual rules the first child
   // element of the root named body in any case.
-  static bool IsBilingualBody(LPCTSTR pszTagName) { return TextView(pszTagName) == _T("body"); }
+  static bool IsBilingualBody(LPCTSTR pszTagName) { return NameEquals(pszTagName, _T("body")); }
   static bool IsMultilingualBody(LPCTSTR pszTagName);
   // The body chain leaves out body's first child node when it is text, CDATA, a comment or a PI.
   static bool LeftOutWhenFirst(short nNodeType);
@@ -73,7 +80,8 @@ class UnitRules {
   void BeginUnit() { m_strUnitNote.Empty(); }
   // A note's text content replaces the note it is for, unless it is empty.
   void UnitNote(TextView text) { TakeNote(text, m_strUnitNote); }
-  void BeginVariant(LPCTSTR pszLanguage);
+  // The language as a view of text that ends in a zero, or an empty view for none.
+  void BeginVariant(TextView language);
   void VariantNote(TextView text) { TakeNote(text, m_strOwnNote); }
   // Files the variant of one seg, if the rule set keeps it. wholeContent() gives the seg's text
   // content (its text and CDATA at every depth), asked for only when needed.
@@ -99,7 +107,7 @@ class UnitRules {
   int& m_nKey;
   const CString* m_pFirstLanguage;
   const CString* m_pSecondLanguage;
-  LPCTSTR m_pszLanguage = nullptr;
+  TextView m_language;
   CString m_strUnitNote;
   CString m_strOwnNote;
 };

@@ -19,6 +19,15 @@
 #include "quillon/afx.h"
 
 class CTmxUnitStream;
+class CTmxUnitReader;
+
+// What CTmxUnitReader::ReadUnits hands each unit to: during the call, the reader's GetKey,
+// GetVariantCount and GetVariant describe the unit.
+class AFX_EXT_CLASS CTmxUnitHandler {
+ public:
+  virtual ~CTmxUnitHandler() = default;
+  virtual void OnUnit(const CTmxUnitReader& reader) = 0;
+};
 
 class AFX_EXT_CLASS CTmxUnitReader {
  public:
@@ -34,8 +43,9 @@ class AFX_EXT_CLASS CTmxUnitReader {
   // external DTD or entities), as it may set them on the engine's parser.
   xercesc::SAX2XMLReader* GetParser();
 
-  // Starts a document, ending any earlier read: from a path; from a file, read from its start in
-  // pieces (a memory file is not copied); or from any input source, which must outlive the read.
+  // Chooses the document, ending any earlier read: a path; a file, read from its start in pieces
+  // (a memory file is not copied); or any input source, which must outlive the read. Nothing is
+  // read yet: errors, an unreadable input among them, come from the reads.
   void Open(const CString& strPath);
   void Open(CFile* pFile);
   void Open(const xercesc::InputSource& source);
@@ -44,6 +54,10 @@ class AFX_EXT_CLASS CTmxUnitReader {
   // error leaves as the parser's SAXParseException (an XML version the DOM refuses as its
   // DOMException), after every unit before it has been read.
   BOOL ReadNextUnit();
+  // Reads the units that remain, each handed to handler as it ends, and returns GetResult().
+  // Called before any other read, it lets the parser run through the document uninterrupted,
+  // which is faster than stepping from unit to unit. Errors leave as from ReadNextUnit.
+  BOOL ReadUnits(CTmxUnitHandler& handler);
   // The unit just read, valid until the next read: its key and its variants in document order.
   int GetKey() const;
   INT_PTR GetVariantCount() const;
@@ -52,8 +66,9 @@ class AFX_EXT_CLASS CTmxUnitReader {
   // FALSE when the bilingual rules found no body.
   BOOL GetResult() const;
 
-  // Reads the rest of the document without its units, and appends the languages of the whole
-  // document as SearchTmxForLanguages does, with its result.
+  // Reads the rest of the document for the languages of its variants, without its units, and
+  // appends them as SearchTmxForLanguages does, with its result. Called before any other read,
+  // it lists the languages of the whole document.
   BOOL ReadLanguages(CStringArray* pLanguages);
 
  private:
