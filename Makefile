@@ -4,7 +4,7 @@ BUILD ?= build
 ASAN_BUILD ?= build-asan
 QUILLON = $(BUILD)/bin/quillon
 
-.PHONY: deps build demo test test-sanitize bench bench-peers fuzz memcheck windows windows-test clean
+.PHONY: deps build demo test test-sanitize bench bench-stream bench-peers fuzz memcheck windows windows-test clean
 
 deps:
 	@scripts/install-deps
@@ -36,6 +36,12 @@ test-sanitize: deps
 bench: build
 	$(BUILD)/bin/bench_map
 	$(BUILD)/bin/quillon_bench --data $(BUILD)/bench-data $(if $(UNITS),--units $(UNITS)) --reps $(or $(REPS),1)
+
+# The streaming reads against a bare SAX2 scan, the DOM and translate-toolkit, on generated files
+# of 30 k, 300 k and 3 M units (the last about 0.9 GB, generated once).
+bench-stream: build
+	@QUILLON_PEERS=1 scripts/install-deps
+	$(BUILD)/bin/quillon_bench --stream --data $(BUILD)/bench-data $(if $(UNITS),--units $(UNITS)) --reps $(or $(REPS),3)
 
 # The same 300 k-unit file read by translate-toolkit and by quillon.
 bench-peers: build

@@ -1,8 +1,10 @@
 // quillon_bench: wall time and peak resident memory of each operation, each run in a process of
 // its own, as ratios to a bare DOM parse of the same file, for generated TMX files of several
-// sizes; then how each operation grows from one size to the next.
+// sizes; then how each operation grows from one size to the next. --stream does the same for
+// the streaming reads against a bare SAX2 scan, --peers for translate-toolkit.
 //
 //   quillon_bench [--data DIR] [--units 30000,300000,900000] [--reps N]
+//   quillon_bench --stream [--data DIR] [--units 30000,300000,3000000] [--reps N] [--no-dom]
 //   quillon_bench --peers [--data DIR] [--units 300000] [--quillon PATH] [--peer SCRIPT]
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -173,6 +175,60 @@ int Report(const std::string& dir, const std::vector<long>& sizes, int nReps) {
   return 0;
 }
 
+// Runs a command under /usr/bin/time, a launcher small enough not to lend the command its own
+// peak, with standard output sent to /dev/null: the best wall time of nReps, the highest peak.
+Measure Timed(std::vector<std::string> argv, int nReps) {
+  const std::string report = "/tmp/quillon-bench-" + std::to_string(getpid());
+  argv.insert(argv.begin(), {"/usr/bin/time", "-f", "%e %M", "-o", report});
+  Measure best;
+  for (int rep = 0; rep < nReps; rep++) {
+    const pid_t pid = fork();
+    if (pid == 0) Command(argv)();
+    int status = 0;
+    waitpid(pid, &status, 0);
+    std::ifstream in(report);
+    double seconds = 0, peakKiB = 0;
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0 || !(in >> seconds >> peakKiB)) {
+      std::fprintf(stderr, "quillon_bench: %s failed\n", argv[5].c_str());
+      std::exit(1);
+    }
+    best.seconds = std::min(best.seconds, seconds);
+    best.peakMiB = std::max(best.peakMiB, peakKiB / 1024);
+  }
+  std::remove(report.c_str());
+  return best;
+}
+
+struct Tools {
+  std::string quillon, scan, peer;
+};
+
+// Every streaming read against the bare scan of the same file, then the DOM's read and, at 300 k
+// units, translate-toolkit's.
+int Stream(const std::string& dir, const std::vector<long>& sizes, const Tools& tools, bool bDom, int nReps) {
+  for (long nUnits : sizes) {
+    const std::string path = GeneratedTmx(dir, nUnits);
+    std::printf("\n%ld units, %.1f MiB\n", nUnits, FileMiB(path));
+    std::printf("%-28s %9s %8s %10s %8s\n", "reader", "time (s)", "x scan", "peak (MiB)", "x scan");
+    std::vector<std::pair<std::string, std::vector<std::string>>> readers = {
+        {"bare SAX2 scan", {tools.scan, path}},
+        {"export --all", {tools.quillon, "export", path}},
+        {"export --pair", {tools.quillon, "export", "--pair", "en-US", "de-DE", path}},
+    };
+    if (bDom) readers.push_back({"units --all --json (DOM)", {tools.quillon, "units", "--all", "--json", path}});
+    if (nUnits == 300000) readers.push_back({"translate-toolkit", {"/usr/bin/python3", tools.peer, path}});
+    Measure scan;
+    for (const auto& [name, argv] : readers) {
+      const Measure m = Timed(argv, nReps);
+      if (scan.peakMiB == 0) scan = m;
+      std::printf("%-28s %9.2f %8.2f %10.1f %8.2f\n", name.c_str(), m.seconds, m.seconds / scan.seconds, m.peakMiB,
+                  m.peakMiB / scan.peakMiB);
+      std::fflush(stdout);
+    }
+  }
+  return 0;
+}
+
 int Peers(const std::string& dir, long nUnits, const std::string& quillon, const std::string& peer, int nReps) {
   const std::string path = GeneratedTmx(dir, nUnits);
   std::printf("\n%ld units, %.1f MiB: reading every unit with all its variants\n", nUnits, FileMiB(path));
@@ -190,7 +246,8 @@ int Peers(const std::string& dir, long nUnits, const std::string& quillon, const
 
 int main(int argc, char** argv) {
   std::string dir = "build/bench-data", units, quillon = "build/bin/quillon", peer = "bench/peer_translate_toolkit.py";
-  bool bPeers = false;
+  std::string scan = "build/bin/sax_scan";
+  bool bPeers = false, bStream = false, bDom = true;
   int nReps = 1;
   for (int i = 1; i < argc; i++) {
     const std::string arg = argv[i];
@@ -199,13 +256,18 @@ int main(int argc, char** argv) {
     else if (arg == "--units") units = value();
     else if (arg == "--reps") nReps = std::max(1, std::atoi(value().c_str()));
     else if (arg == "--peers") bPeers = true;
+    else if (arg == "--stream") bStream = true;
+    else if (arg == "--no-dom") bDom = false;
+    else if (arg == "--scan") scan = value();
     else if (arg == "--quillon") quillon = value();
     else if (arg == "--peer") peer = value();
     else {
-      std::fprintf(stderr, "usage: quillon_bench [--peers] [--data DIR] [--units N,N,...] [--reps N]\n");
+      std::fprintf(stderr, "usage: quillon_bench [--peers | --stream [--no-dom]] [--data DIR] [--units N,N,...] [--reps N]\n");
       return 2;
     }
   }
+  if (bStream)
+    return Stream(dir, ParseUnits(units.empty() ? "30000,300000,3000000" : units), {quillon, scan, peer}, bDom, nReps);
   if (bPeers) return Peers(dir, units.empty() ? 300000 : std::atol(units.c_str()), quillon, peer, nReps);
   return Report(dir, ParseUnits(units.empty() ? "30000,300000,900000" : units), nReps);
 }

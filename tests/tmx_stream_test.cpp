@@ -52,6 +52,12 @@ void ExpectStreamAsDom(const std::string& text) {
 
 const std::string kBig(70000, 'w');  // longer than the scanner's buffer: delivered in pieces
 
+std::string Utf16(const std::string& text) {
+  std::string bytes = "\xFF\xFE";
+  for (char16_t c : std::u16string(CA2W(text.c_str()).str())) bytes += {static_cast<char>(c & 0xFF), static_cast<char>(c >> 8)};
+  return bytes;
+}
+
 // A body after a document type declaration.
 std::string Typed(const std::string& doctype, const std::string& body) { return doctype + "<tmx><body>" + body + "</body></tmx>"; }
 
@@ -95,6 +101,10 @@ TEST(StreamAsDomTest, DocumentsThatAStreamSeesDifferently) {
       // units within units, text-only units, whitespace a DTD calls ignorable
       Tmx("\n<tu><tu><tuv lang='en'><seg>inner</seg></tuv></tu>text</tu>\n<tu>only text</tu>" + unit),
       Typed("<!DOCTYPE tmx [<!ELEMENT body (tu*)><!ELEMENT tu (tuv*)>]>", "\n  " + unit + "\n  " + unit + "\n"),
+      // a DTD wherever the prolog has one (read with the scanner that honours it)
+      "<?xml version='1.0'?><!-- <!DOCTYPE x> --><?p <!DOCTYPE?>\n" + Typed(entities, "&u;"),
+      Utf16(Typed(entities, "&u;")),
+      "<!--" + std::string(20000, '.') + "-->" + Typed(entities, "&u;"),
       // languages: variants anywhere, exact names only
       "<tmx><header><tuv lang='la'/><TUV lang='xx'/></header><body><x><tuv xml:lang='EN' lang='en'/></x></body></tmx>",
   };
@@ -133,9 +143,10 @@ std::string ErrorOf(const std::function<void()>& read) {
   return "none";
 }
 
-// Found by fuzzing: errors before the first character, which a progressive parse raises its own way.
+// Found by fuzzing: errors before the first character, which a progressive parse raises its own
+// way, and what only the DOM refuses.
 TEST(StreamTest, ErrorsReadAsTheEnginesDo) {
-  for (const char* text : {"<?xml v\xe2n>", "<?xml version=\"1.0-\"?><tmx/>", "<tmx>\n<body>\n<tu></tuv>", ""}) {
+  for (const char* text : {"<?xml v\xe2n>", "<?xml version=\"1.0-\"?><tmx/>", "<!DOCTYPE a: []><a:/>x", "<tmx>\n<body>\n<tu></tuv>", ""}) {
     const std::string engine = ErrorOf([&] { EngineLanguages(text); });
     EXPECT_NE(engine, "none") << text;
     EXPECT_EQ(ErrorOf([&] { StreamedUnits(text); }), engine) << text;

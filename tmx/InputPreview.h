@@ -1,0 +1,29 @@
+// A look at the first bytes of a document before it is parsed: whether its prolog holds a
+// document type declaration. The bytes looked at reach the parser all the same, replayed by an
+// input source over the original one, so that any input (standard input too) is read once.
+#pragma once
+
+#include <memory>
+
+#include <xercesc/sax/InputSource.hpp>
+#include <xercesc/util/BinInputStream.hpp>
+
+class CPreviewedInputSource : public xercesc::InputSource {
+ public:
+  // Opens the source's stream and reads its first nBytes (fewer when it is shorter).
+  CPreviewedInputSource(const xercesc::InputSource& source, size_t nBytes);
+  ~CPreviewedInputSource() override;
+  // False when the source could not be opened: the parser should then be given the source
+  // itself, which reports why.
+  bool Opened() const { return m_pStream != nullptr; }
+  // True only when the bytes show a prolog without a document type declaration; false when it
+  // has one, and when they do not tell (an encoding the look does not know, a longer prolog).
+  bool HasNoDocumentType() const;
+  // The stream: the bytes looked at, then the rest. Given once.
+  xercesc::BinInputStream* makeStream() const override;
+
+ private:
+  mutable xercesc::BinInputStream* m_pStream;
+  mutable std::unique_ptr<XMLByte[]> m_bytes;
+  size_t m_nBytes = 0;
+};
