@@ -1,6 +1,6 @@
-// What every fuzz target shares: the tool's safe parser settings (nothing fetched, entity
-// expansion capped), so that an input can neither reach the network nor read local files nor
-// blow up by design; and a name for the way an input was refused.
+// What every fuzz target shares: the safe parser settings (nothing fetched, entity expansion
+// capped), so that an input can neither reach the network nor read local files nor blow up by
+// design; and a name for the way an input was refused.
 #pragma once
 
 #include <string>
@@ -9,12 +9,12 @@
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/util/XMLException.hpp>
 
-#include "cli/ParserSafety.h"
+#include "quillon/SafeParsing.h"
 #include "quillon/afx.h"
 
 // One for the process: the parsers keep pointing at its security manager.
-inline ParserSafety& Safety() {
-  static ParserSafety safety;
+inline CSafeParsing& Safety() {
+  static CSafeParsing safety;
   return safety;
 }
 

@@ -1,0 +1,32 @@
+// The safe settings that the quillon tool gives its parsers by default, for a host that wants
+// them too: no external DTD loaded, no external entity resolved, and entity expansion capped by
+// the parser's security manager (a "billion laughs" document is an error, not an exhausted
+// machine). The library's classes keep the parser library's defaults unless a host applies these.
+#pragma once
+
+#include <xercesc/parsers/XercesDOMParser.hpp>
+#include <xercesc/sax2/SAX2XMLReader.hpp>
+#include <xercesc/util/SecurityManager.hpp>
+#include <xercesc/util/XMLUni.hpp>
+
+// The parsers keep pointing at its security manager: it must outlive them.
+class CSafeParsing {
+ public:
+  // The engine's parser (m_parser) or the packer's (GetParser()); null is left alone.
+  void Apply(xercesc::XercesDOMParser* pParser) {
+    if (pParser == nullptr) return;
+    pParser->setLoadExternalDTD(false);
+    pParser->setDisableDefaultEntityResolution(true);
+    pParser->setSecurityManager(&m_securityManager);
+  }
+  // The streaming reader's parser (GetParser()).
+  void Apply(xercesc::SAX2XMLReader* pParser) {
+    using xercesc::XMLUni;
+    pParser->setFeature(XMLUni::fgXercesLoadExternalDTD, false);
+    pParser->setFeature(XMLUni::fgXercesDisableDefaultEntityResolution, true);
+    pParser->setProperty(XMLUni::fgXercesSecurityManager, &m_securityManager);
+  }
+
+ private:
+  xercesc::SecurityManager m_securityManager;  // the parser library's default expansion limit
+};

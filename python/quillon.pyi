@@ -1,0 +1,82 @@
+"""Quillon: TMX translation memories of any size, read as a stream; XML packed into images.
+
+The units are exactly those that Quillon's C++ builders file (CreateDataStructures for a
+language pair, CreateMultilingualDataStructures without one), in document order, read in
+constant memory with the parser working outside the interpreter lock.
+"""
+
+import os
+from typing import BinaryIO, Iterator, NamedTuple, Optional, Sequence, Tuple, Union, overload
+
+Source = Union[str, os.PathLike, bytes, bytearray, memoryview, BinaryIO]
+
+class Variant(NamedTuple):
+    """One variant of a unit: one seg of a tuv."""
+    language: str  #: the language code as the document writes it
+    segment: str   #: the segment text
+    note: str      #: the variant's note, after the unit's note (a blank line between)
+
+class Unit(NamedTuple):
+    """A translation unit with at least one kept variant."""
+    key: int                       #: the unit's key, as the builders file it
+    variants: Tuple[Variant, ...]  #: in document order
+
+class ParseError(ValueError):
+    """The document cannot be read (malformed, refused by the safe settings, ...)."""
+    path: Optional[str]    #: the path read, None for bytes and file objects
+    line: Optional[int]    #: where the parser stopped, None when it does not say
+    column: Optional[int]
+    message: str           #: the parser's message
+
+class UnitIterator(Iterator[Unit]):
+    def __iter__(self) -> "UnitIterator": ...
+    def __next__(self) -> Unit: ...
+
+def read_units(source: Source, pair: Optional[Tuple[str, str]] = None, *, safe: bool = True) -> UnitIterator:
+    """The units of a TMX document, in document order, read as the caller iterates.
+
+    source: a path, the document's bytes, or a binary file object read in chunks (standard
+    input, gzip.open(...)). pair: the two languages of the bilingual rules; None for every
+    language. safe: no external DTD or entity is loaded and entity expansion is capped; False
+    gives the parser library's defaults, as the C++ library keeps them.
+
+    Raises ParseError once the units before the error have been read, OSError when a path
+    cannot be opened, MemoryError when memory runs out.
+    """
+
+def languages(source: Source, *, safe: bool = True) -> list[str]:
+    """The distinct language codes of the document's variants, in ordinal order."""
+
+class Flags(NamedTuple):
+    IsWhitespaceText: bool
+    HasChildren: bool
+    IsProcessingInstruction: bool
+    IsCDataSection: bool
+    EntityTextValue: bool
+    EntityNodeValue: bool
+    IsEntitiesAttribute: bool
+    PreservedText: bool
+
+class Record(NamedTuple):
+    """One record of a packed image, as `quillon dump` shows it."""
+    name: str
+    value: str
+    index: int
+    depth: int   #: -1 for an attribute
+    flags: Flags
+
+class PackedImage(Sequence[Record]):
+    """The records of a packed image, and its encoding."""
+    encoding: str
+    records: list[Record]
+    @overload
+    def __getitem__(self, index: int) -> Record: ...
+    @overload
+    def __getitem__(self, index: slice) -> list[Record]: ...
+    def __len__(self) -> int: ...
+
+def pack(path: Union[str, os.PathLike], *, safe: bool = True) -> bytes:
+    """The packed image of an XML file: a flat record per node, names and values in UTF-16."""
+
+def read_image(data: Union[bytes, bytearray, memoryview]) -> PackedImage:
+    """The records of a packed image. Raises ValueError for a truncated or malformed image."""
