@@ -39,7 +39,10 @@ LPCTSTR CFileException::Description() const {
   }
 }
 
-void AfxThrowMemoryException() { throw new CMemoryException; }
+void AfxThrowMemoryException() {
+  static CMemoryException simpleMemoryException(FALSE);
+  throw &simpleMemoryException;
+}
 void AfxThrowInvalidArgException() { throw new CInvalidArgException; }
 void AfxThrowArchiveException(int cause, LPCTSTR) { throw new CArchiveException(cause); }
 void AfxThrowFileException(int cause) { throw new CFileException(cause); }

@@ -177,17 +177,33 @@ TEST(UnitMapTest, HostIteratesUnitsInTheMapsHashOrder) {
   EXPECT_EQ(got, expected);
 }
 
-TEST(UnitMapTest, DeleteMapObjectHandlesNullEmptyAndNullValuedMaps) {
-  CTmxParseEngine engine(CString(u"x"), nullptr, nullptr);
+// A host's own unit class, which notes the order of destruction and what the map holds then.
+std::vector<int> g_destroyed;
+TmxUnitMap* g_pReleasedMap;
+struct CHostUnit : CTmxElementAddressAndTUV {
+  ~CHostUnit() override {
+    for (int key : g_destroyed) {
+      CTmxElementAddressAndTUV* pUnit = this;
+      EXPECT_TRUE(g_pReleasedMap->Lookup(key, pUnit) && pUnit == nullptr) << "the value of a destroyed unit";
+    }
+    g_destroyed.push_back(m_nElementAddress);
+  }
+};
+
+TEST(UnitMapTest, DeleteMapObjectDestroysInTheMapsOrderAndNullsEachValue) {
+  CTmxParseEngine engine(CString(_T("x")), nullptr, nullptr);
   TmxUnitMap* pMap = nullptr;
   engine.DeleteMapObject(pMap);
   engine.CreateMapObject(pMap);
-  ASSERT_NE(pMap, nullptr);
   TmxUnitMap* const pSame = pMap;
+  g_pReleasedMap = pMap;
+  for (int key : {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 0, 17}) {
+    CHostUnit* pUnit = key == 4 ? nullptr : new CHostUnit;  // a null unit is skipped
+    if (pUnit) pUnit->m_nElementAddress = key;
+    (*pMap)[key] = pUnit;
+  }
   engine.DeleteMapObject(pMap);
-  (*pMap)[5] = nullptr;
-  (*pMap)[6] = new CTmxElementAddressAndTUV;
-  engine.DeleteMapObject(pMap);
+  EXPECT_EQ(g_destroyed, (std::vector<int>{17, 0, 8, 5, 2, 10, 7, 1, 9, 6, 3}));
   EXPECT_EQ(pMap, pSame);
   EXPECT_TRUE(pMap->IsEmpty());
   EXPECT_EQ(pMap->GetHashTableSize(), 17u);

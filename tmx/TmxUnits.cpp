@@ -1,8 +1,5 @@
 #include "quillon/TmxUnits.h"
 
-#include <algorithm>
-#include <vector>
-
 #include "quillon/TmxParseEngine.h"
 
 template class CArray<CTmxElementAddressAndTUV*, CTmxElementAddressAndTUV*>;
@@ -54,28 +51,29 @@ int CTmxElementAddressAndTUVArray::Lookup(int key) {
 }
 
 void CTmxParseEngine::CreateMapObject(TmxUnitMap*& pMap) {
-  pMap = new (std::nothrow) TmxUnitMap(10);
-  if (pMap) pMap->InitHashTable(17, FALSE);
+  try {
+    pMap = new TmxUnitMap(10);
+  } catch (CMemoryException* e) {
+    e->Delete();
+    pMap = nullptr;
+    return;
+  }
+  pMap->InitHashTable(17, FALSE);
 }
 
-// Units are destroyed in key order, which is the order the builders made them in: freeing
-// memory front to back is much cheaper than in the map's scattered hash order, and nothing can
-// tell the two apart. The map is emptied afterwards, so no value needs setting to null first.
+// In the map's own order, each value set to null once its unit is gone, so that a unit's
+// destructor never sees a dangling unit in the map. Nothing is allocated: releasing memory must
+// work when none is left.
 void CTmxParseEngine::DeleteMapObject(TmxUnitMap*& pMap) {
   if (pMap == nullptr) return;
-  std::vector<std::pair<int, CTmxElementAddressAndTUV*>> units;
-  units.reserve(pMap->GetCount());
   for (POSITION pos = pMap->GetStartPosition(); pos;) {
     int key;
     CTmxElementAddressAndTUV* pUnit;
-    pMap->GetNextAssoc(pos, key, pUnit);
-    units.push_back({key, pUnit});
-  }
-  std::sort(units.begin(), units.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
-  for (auto& [key, pUnit] : units) {
+    pMap->GetNextAssoc(pos, key, pUnit);  // the position of the next entry first
     if (pUnit == nullptr) continue;
     pUnit->Delete();
     delete pUnit;
+    pMap->SetAt(key, nullptr);
   }
   pMap->RemoveAll();
 }

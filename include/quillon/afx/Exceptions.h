@@ -18,6 +18,9 @@ class AFX_CORE_API CException : public CObject {
 };
 
 class AFX_CORE_API CMemoryException : public CException {
+ public:
+  explicit CMemoryException(BOOL bAutoDelete = TRUE) : CException(bAutoDelete) {}
+
  protected:
   LPCTSTR Description() const override;
 };
@@ -50,6 +53,8 @@ class AFX_CORE_API CFileException : public CException {
   LPCTSTR Description() const override;
 };
 
+// Throws the one preallocated memory exception, whose Delete() does nothing: raising it needs no
+// memory, and a catcher that loses it leaks nothing.
 [[noreturn]] AFX_CORE_API void AFXAPI AfxThrowMemoryException();
 [[noreturn]] AFX_CORE_API void AFXAPI AfxThrowInvalidArgException();
 [[noreturn]] AFX_CORE_API void AFXAPI AfxThrowArchiveException(int cause, LPCTSTR lpszArchiveName = nullptr);

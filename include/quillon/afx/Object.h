@@ -31,10 +31,8 @@ class AFX_CORE_API CObject {
 
   // Objects of the class library raise the memory exception when they cannot be allocated.
   static void* operator new(size_t nSize) { return AfxAllocate(nSize); }
-  static void* operator new(size_t nSize, const std::nothrow_t&) noexcept { return ::operator new(nSize, std::nothrow); }
   static void* operator new(size_t, void* p) noexcept { return p; }
   static void operator delete(void* p) noexcept { ::operator delete(p); }
-  static void operator delete(void* p, const std::nothrow_t&) noexcept { ::operator delete(p); }
   static void operator delete(void*, void*) noexcept {}
 
  protected:
