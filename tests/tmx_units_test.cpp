@@ -144,14 +144,19 @@ TEST(FilingTest, NullUnitRefusesVariantsAndAUnitWithoutListGetsAFreshOne) {
   EXPECT_EQ(map.Units(), (Units{{0, {}}, {1, {"en|b|"}}}));
 }
 
-TEST(FilingTest, UnitTagStillReadableAfterTheBuild) {
+TEST(FilingTest, TagsOnTuElementsOnlyStayReadableAndAReparseLeavesTheDocumentWhole) {
   ParsedTmx tmx(Tmx(kThreeUnits));
   {
     UnitMap map(tmx.engine);
     tmx.engine.CreateMultilingualDataStructures(*map);
   }
-  auto* pUnit = tmx.engine.m_pDocument->getElementsByTagName(u"tu")->item(2);
-  const int* pKey = static_cast<const int*>(pUnit->getUserData(u"TUK"));
+  xercesc::DOMDocument* pFirst = tmx.engine.m_pDocument;
+  const xercesc::DOMNode* pUnit = pFirst->getElementsByTagName(_T("tu"))->item(2);
+  EXPECT_EQ(pFirst->getUserData(_T("TUK")), nullptr);
+  tmx.engine.SearchTmxForLanguages(nullptr);
+  EXPECT_NE(tmx.engine.m_pDocument, pFirst);
+  ASSERT_NE(pFirst->getDocumentElement(), nullptr);  // the earlier document is the parser's, whole
+  const int* pKey = static_cast<const int*>(pUnit->getUserData(_T("TUK")));
   ASSERT_NE(pKey, nullptr);
   EXPECT_EQ(*pKey, 2);  // the counter as the build left it
 }

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <functional>
 #include <random>
 
 #include <xercesc/sax/SAXParseException.hpp>
@@ -256,17 +257,37 @@ TEST(FailureTest, ExternalDtdIsNotRead) {
   EXPECT_EQ(Pack(R"(<!DOCTYPE a SYSTEM "absent.dtd"><a/>)").nodes, 4);
 }
 
-TEST(FailureTest, SizeThatWouldReachTwoGibibytesRaisesTheMemoryException) {
-  CGenXMLInterface xml(CString(WriteFile("<a/>").c_str()), 0, CString());
-  for (int i = 0; i < 119304647; i++) xml.AddOneToNodeCount();  // 18 x this is just below 2^31
-  int nSize = -1;
-  try {
+// A host that keeps its buffer from an earlier, smaller measurement must not have it overrun.
+TEST(FailureTest, AfterAFailedMeasurementPackingWritesNothing) {
+  const std::string path = WriteFile(kWorkedExample);
+  const std::function<void(CGenXMLInterface&)> failures[] = {
+      [&](CGenXMLInterface& xml) {  // the file is no longer well-formed
+        std::ofstream(path, std::ios::binary) << "<a><b></a>";
+        int nSize = 0;
+        EXPECT_THROW(xml.PreParseForSize(nSize), xercesc::SAXParseException);
+      },
+      [](CGenXMLInterface& xml) {  // 18 x the nodes added is just below 2^31: the image would reach 2 GiB
+        for (int i = 0; i < 119304647; i++) xml.AddOneToNodeCount();
+        int nSize = -1;
+        try {
+          xml.PreParseForSize(nSize);
+          ADD_FAILURE() << "no exception";
+        } catch (CMemoryException* e) {
+          e->Delete();
+        }
+        EXPECT_EQ(nSize, -1);
+      },
+  };
+  for (const auto& fail : failures) {
+    std::ofstream(path, std::ios::binary) << kWorkedExample;
+    CGenXMLInterface xml(CString(path.c_str()), 0, CString());
+    int nSize = 0;
     xml.PreParseForSize(nSize);
-    ADD_FAILURE() << "no exception";
-  } catch (CMemoryException* e) {
-    e->Delete();
+    std::vector<unsigned char> buffer(static_cast<size_t>(nSize), 0xCD);
+    fail(xml);
+    EXPECT_FALSE(xml.ParseFileAndPackToMemory(buffer.data()));
+    EXPECT_EQ(buffer, std::vector<unsigned char>(static_cast<size_t>(nSize), 0xCD));
   }
-  EXPECT_EQ(nSize, -1);
 }
 
 }  // namespace

@@ -15,7 +15,7 @@
 using namespace xercesc;
 
 CTmxParseEngine::CTmxParseEngine(CString strPath, CMemFile* pMemFile, HWND hWnd)
-    : m_pDocument(nullptr), m_parser(nullptr, XMLPlatformUtils::fgMemoryManager, nullptr) {
+    : m_pDocument(nullptr), m_parser(nullptr, XMLPlatformUtils::fgMemoryManager, nullptr), m_pTaggedDocument(nullptr) {
   if (pMemFile != nullptr) {
     m_pMemFile = pMemFile;
     m_strFilePath.Empty();
@@ -28,7 +28,12 @@ CTmxParseEngine::CTmxParseEngine(CString strPath, CMemFile* pMemFile, HWND hWnd)
   m_strAuxiliary1.Empty();
 }
 
-CTmxParseEngine::~CTmxParseEngine() { UnhookTaggedDocument(m_pDocument); }
+// The parser releases its current document notifying user-data handlers node by node (earlier
+// documents are freed without); a tagged one is cut from its tree first. Nothing can tell: every
+// document dies with the parser.
+CTmxParseEngine::~CTmxParseEngine() {
+  if (m_pTaggedDocument && m_pTaggedDocument == m_parser.getDocument()) CutBeforeRelease(m_pTaggedDocument);
+}
 
 namespace {
 
@@ -65,7 +70,6 @@ bool CTmxParseEngine::SearchTmxForLanguages(CStringArray* pLanguages) {
   } else {
     ParseMemFile(m_parser, *m_pMemFile);
   }
-  if (m_pDocument != m_parser.getDocument()) UnhookTaggedDocument(m_pDocument);
   m_pDocument = m_parser.getDocument();
 
   LanguageSet languages;

@@ -134,6 +134,7 @@ bool CTmxParseEngine::CreateDataStructures(TmxUnitMap& map) {
   if (pBody == nullptr) return false;
   TmxNodeList chain(10);
   CollectChildNodes(pBody->getChildNodes(), chain);
+  m_pTaggedDocument = m_pDocument;
   FileUnits(*m_pDocument, chain, map, &m_strFirstLanguage, &m_strSecondLanguage);
   return true;
 }
@@ -152,6 +153,7 @@ bool CTmxParseEngine::CreateMultilingualDataStructures(TmxUnitMap& map) {
   nodes.RemoveAll();
   if (pBody == nullptr) return true;
   CollectChildNodes(pBody->getChildNodes(), nodes);
+  m_pTaggedDocument = m_pDocument;
   FileUnits(*m_pDocument, nodes, map);
   return true;
 }

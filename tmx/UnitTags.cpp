@@ -5,18 +5,17 @@
 #include <xercesc/dom/DOMMemoryManager.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
+#include "quillon/afx.h"
+
 using namespace xercesc;
 
-const XMLCh kUnitKeyTag[] = u"TUK";
+const XMLCh kUnitKeyTag[] = _T("TUK");
 
 int* NewUnitKeyCounter(DOMDocument& document) {
   auto* pMemory = static_cast<DOMMemoryManager*>(document.getFeature(XMLUni::fgXercescInterfaceDOMMemoryManager, nullptr));
-  int* pCounter = new (pMemory->allocate(sizeof(int))) int(-1);
-  document.setUserData(kUnitKeyTag, pCounter, nullptr);
-  return pCounter;
+  return new (pMemory->allocate(sizeof(int))) int(-1);
 }
 
-void UnhookTaggedDocument(DOMDocument* pDocument) {
-  if (pDocument == nullptr || pDocument->getUserData(kUnitKeyTag) == nullptr) return;
+void CutBeforeRelease(DOMDocument* pDocument) {
   while (DOMNode* pChild = pDocument->getFirstChild()) pDocument->removeChild(pChild);
 }

@@ -69,17 +69,21 @@ CGenXMLInterface::~CGenXMLInterface() {
   m_pParser = nullptr;
 }
 
+// The document is taken only by a measurement that succeeds: after a failed one there is
+// nothing to pack, so that a host keeping an older, smaller buffer never has it overrun.
 int CGenXMLInterface::PreParseForSize(int& nSize) {
+  m_pDocNode = nullptr;
   if (m_pParser == nullptr) AfxThrowMemoryException();
   m_pParser->setValidationScheme(g_nValidationScheme);
   m_pParser->setDoNamespaces(g_bDoNamespaces);
   LocalFileInputSource source(m_strXmlFile.GetString(), XMLPlatformUtils::fgMemoryManager);
   m_pParser->parse(source);
-  m_pDocNode = m_pParser->getDocument();
-  if (m_pDocNode) EvaluateTree(m_nNodeCount, m_pDocNode);
+  DOMNode* pDocNode = m_pParser->getDocument();
+  if (pDocNode) EvaluateTree(m_nNodeCount, pDocNode);
   // The walk keeps 18 x nodes + text below 2^31; the host may have added nodes since.
   const long long nTotal = 18LL * m_nNodeCount + m_nTextBytes;
   if (nTotal > INT_MAX) AfxThrowMemoryException();
+  m_pDocNode = pDocNode;
   nSize = static_cast<int>(nTotal);
   return m_nNodeCount;
 }

@@ -20,7 +20,8 @@ class AFX_EXT_CLASS CGenXMLInterface {
   // and returns the node count. Parse errors leave as the parser's SAXParseException, an image
   // that would reach 2 GiB as the memory exception; nSize is then untouched.
   int PreParseForSize(int& nSize);
-  // Writes the image of the last parsed document; false, writing nothing, without one.
+  // Writes the image of the document that the last PreParseForSize measured; false, writing
+  // nothing, before any measurement and after a failed one.
   bool ParseFileAndPackToMemory(unsigned char* pBuffer);
   int GetNodeCount();
   void AddOneToNodeCount();

@@ -32,7 +32,7 @@ class AFX_EXT_CLASS CTmxElementAddressAndTUV {
   // Destroys the variants and the list; the unit itself stays usable.
   void Delete();
 
-  int m_nElementAddress = -1;
+  int m_nElementAddress = -1;  // -1 until whoever fills the unit sets it
   TmxTuvList* m_pTuvList = nullptr;
 };
 
