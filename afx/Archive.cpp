@@ -1,39 +1,31 @@
 #include "quillon/afx/Archive.h"
 
-#include <algorithm>
 #include <climits>
 
 #include "quillon/afx/Array.h"
 
-CArchive::CArchive(CFile* pFile, UINT nMode) : m_pFile(pFile), m_nMode(nMode) {
-  if (pFile == nullptr || (nMode != load && nMode != store)) AfxThrowInvalidArgException();
+CArchive::CArchive(CFile* pFile, UINT nMode, int, void*) : m_pFile(pFile), m_nMode(nMode) {
+  if (pFile == nullptr || (nMode & ~static_cast<UINT>(load | bNoFlushOnDelete | bNoByteSwap)) != 0)
+    AfxThrowInvalidArgException();
 }
 
-UINT_PTR CArchive::Read(void* lpBuf, UINT_PTR nMax) {
+CFile& CArchive::File() const {
+  if (m_pFile == nullptr) AfxThrowArchiveException(CArchiveException::genericException);
+  return *m_pFile;
+}
+
+UINT CArchive::Read(void* lpBuf, UINT nMax) {
   if (!IsLoading()) AfxThrowArchiveException(CArchiveException::writeOnly);
-  auto* p = static_cast<BYTE*>(lpBuf);
-  UINT_PTR nRead = 0;
-  while (nRead < nMax) {
-    const UINT nChunk = static_cast<UINT>(std::min<UINT_PTR>(nMax - nRead, UINT_MAX));
-    const UINT n = m_pFile->Read(p + nRead, nChunk);
-    nRead += n;
-    if (n < nChunk) break;
-  }
-  return nRead;
+  return File().Read(lpBuf, nMax);
 }
 
-void CArchive::Write(const void* lpBuf, UINT_PTR nMax) {
-  if (!IsStoring()) AfxThrowArchiveException(CArchiveException::readOnly);
-  const auto* p = static_cast<const BYTE*>(lpBuf);
-  for (UINT_PTR nDone = 0; nDone < nMax;) {
-    const UINT nChunk = static_cast<UINT>(std::min<UINT_PTR>(nMax - nDone, UINT_MAX));
-    m_pFile->Write(p + nDone, nChunk);
-    nDone += nChunk;
-  }
-}
-
-void CArchive::ReadExactly(void* lpBuf, UINT_PTR nCount) {
+void CArchive::EnsureRead(void* lpBuf, UINT nCount) {
   if (Read(lpBuf, nCount) != nCount) AfxThrowArchiveException(CArchiveException::endOfFile);
+}
+
+void CArchive::Write(const void* lpBuf, UINT nMax) {
+  if (!IsStoring()) AfxThrowArchiveException(CArchiveException::readOnly);
+  File().Write(lpBuf, nMax);
 }
 
 namespace {
@@ -70,13 +62,13 @@ void CArchive::WriteCount(DWORD_PTR dwCount) {
 
 DWORD_PTR CArchive::ReadCount() {
   BYTE w[2];
-  ReadExactly(w, sizeof w);
+  EnsureRead(w, sizeof w);
   if (LoadLE<WORD>(w) != 0xFFFF) return LoadLE<WORD>(w);
   BYTE d[4];
-  ReadExactly(d, sizeof d);
+  EnsureRead(d, sizeof d);
   if (LoadLE<DWORD>(d) != 0xFFFFFFFF) return LoadLE<DWORD>(d);
   BYTE q[8];
-  ReadExactly(q, sizeof q);
+  EnsureRead(q, sizeof q);
   return static_cast<DWORD_PTR>(LoadLE<ULONGLONG>(q));
 }
 
@@ -86,14 +78,12 @@ void SerializeElements<CString>(CArchive& ar, CString* pElements, INT_PTR nCount
     CString& str = pElements[i];
     if (ar.IsStoring()) {
       ar.WriteCount(static_cast<DWORD_PTR>(str.GetLength()));
-      ar.Write(str.GetString(), static_cast<UINT_PTR>(str.GetLength()) * sizeof(TCHAR));
+      ar.Write(str.GetString(), static_cast<UINT>(str.GetLength() * sizeof(TCHAR)));
     } else {
       const DWORD_PTR nLength = ar.ReadCount();
-      if (nLength > INT_MAX) AfxThrowArchiveException(CArchiveException::badIndex);
+      if (nLength > INT_MAX / sizeof(TCHAR)) AfxThrowArchiveException(CArchiveException::badIndex);
       CString text;
-      LPTSTR p = text.GetBuffer(static_cast<int>(nLength));
-      if (ar.Read(p, nLength * sizeof(TCHAR)) != nLength * sizeof(TCHAR))
-        AfxThrowArchiveException(CArchiveException::endOfFile);
+      ar.EnsureRead(text.GetBuffer(static_cast<int>(nLength)), static_cast<UINT>(nLength * sizeof(TCHAR)));
       str = text;
     }
   }

@@ -61,7 +61,7 @@ TEST(CArrayTest, GuardedIndexesRaiseInvalidArgument) {
   ExpectThrows<CInvalidArgException>([&] { a.SetAtGrow(-1, nullptr); });
   ExpectThrows<CInvalidArgException>([&] { a.RemoveAt(0, 2); });
   ExpectThrows<CInvalidArgException>([&] { a.InsertAt(0, nullptr, 0); });
-  ExpectThrows<CInvalidArgException>([&] { a.InsertAt(0, static_cast<const CArray<int*, int*>*>(nullptr)); });
+  ExpectThrows<CInvalidArgException>([&] { a.InsertAt(0, static_cast<CArray<int*, int*>*>(nullptr)); });
   ExpectThrows<CInvalidArgException>([&] { a.Append(a); });
 }
 
@@ -147,6 +147,66 @@ TEST(CMapTest, LookupSetAtAndRemoveAllKeepBucketCount) {
   EXPECT_EQ(map.GetHashTableSize(), 17u);
   map[3] = 4;
   EXPECT_TRUE(map.Lookup(3, value));
+}
+
+// MFC's order for the keys inserted in that order: buckets ascending, the newest first in each.
+std::vector<int> MfcOrder(const std::vector<int>& inserted) {
+  std::vector<int> order(inserted.rbegin(), inserted.rend());
+  std::stable_sort(order.begin(), order.end(), [](int a, int b) { return Bucket(a) < Bucket(b); });
+  return order;
+}
+
+std::vector<int> Keys(const CMap<int, int, int, int>& map) {
+  std::vector<int> keys;
+  for (POSITION pos = map.GetStartPosition(); pos;) {
+    int key, value;
+    map.GetNextAssoc(pos, key, value);
+    keys.push_back(key);
+  }
+  return keys;
+}
+
+TEST(CMapTest, RemoveKeyLeavesTheRestFindableInMfcOrder) {
+  CMap<int, int, int, int> map;
+  std::vector<int> kept;
+  for (int i = 0; i < 3000; i++) map[i * 17] = i;  // one bucket: removal inside one long chain
+  for (int i = 0; i < 3000; i++)
+    if (i % 3 == 0) EXPECT_TRUE(map.RemoveKey(i * 17));
+    else kept.push_back(i * 17);
+  EXPECT_FALSE(map.RemoveKey(0));
+  EXPECT_EQ(map.GetCount(), 2000);
+  for (int i = 0; i < 3000; i++) {
+    int value = -1;
+    EXPECT_EQ(map.Lookup(i * 17, value), i % 3 != 0) << i;
+  }
+  EXPECT_EQ(Keys(map), MfcOrder(kept));
+  for (POSITION pos = map.GetStartPosition(); pos;) {  // removing the entry just visited is safe
+    int key, value;
+    map.GetNextAssoc(pos, key, value);
+    map.RemoveKey(key);
+  }
+  EXPECT_TRUE(map.IsEmpty());
+  map[5] = 5;
+  EXPECT_EQ(Keys(map), std::vector<int>{5});
+}
+
+TEST(CArchiveTest, ClosedOrAbortedArchiveIsDetachedFromItsFile) {
+  CMemFile file;
+  for (auto detach : {&CArchive::Close, &CArchive::Abort}) {
+    CArchive ar(&file, CArchive::store | CArchive::bNoFlushOnDelete);
+    EXPECT_TRUE(ar.IsStoring());
+    ar.Flush();
+    (ar.*detach)();
+    EXPECT_EQ(ar.GetFile(), nullptr);
+    try {
+      ar.WriteCount(1);
+      ADD_FAILURE() << "no exception";
+    } catch (CArchiveException* e) {
+      EXPECT_EQ(e->m_cause, CArchiveException::genericException);
+      e->Delete();
+    }
+  }
+  EXPECT_EQ(file.GetLength(), 0u);
 }
 
 TEST(CArchiveTest, CountEncodingRoundTripsAtEveryWidth) {

@@ -1,6 +1,7 @@
 // CArray: the class library's growable array, and CStringArray.
 #pragma once
 
+#include <climits>
 #include <cstring>
 #include <new>
 #include <type_traits>
@@ -10,15 +11,18 @@
 #include "Exceptions.h"
 #include "String.h"
 
-// Default element serialisation: the elements' raw bytes.
+// Default element serialisation: the elements' raw bytes, at most INT_MAX bytes a call.
 template <class TYPE>
 void AFXAPI SerializeElements(CArchive& ar, TYPE* pElements, INT_PTR nCount) {
   static_assert(std::is_trivially_copyable_v<TYPE>, "only plain elements serialise bitwise");
-  const UINT_PTR nBytes = static_cast<UINT_PTR>(nCount) * sizeof(TYPE);
-  if (ar.IsStoring()) {
-    ar.Write(pElements, nBytes);
-  } else if (ar.Read(pElements, nBytes) != nBytes) {
-    AfxThrowArchiveException(CArchiveException::endOfFile);
+  constexpr INT_PTR nMaxPerCall = INT_MAX / sizeof(TYPE);
+  for (INT_PTR nDone = 0; nDone < nCount;) {
+    const UINT nElements = static_cast<UINT>(nCount - nDone < nMaxPerCall ? nCount - nDone : nMaxPerCall);
+    if (ar.IsStoring())
+      ar.Write(pElements + nDone, nElements * static_cast<UINT>(sizeof(TYPE)));
+    else
+      ar.EnsureRead(pElements + nDone, nElements * static_cast<UINT>(sizeof(TYPE)));
+    nDone += nElements;
   }
 }
 
@@ -54,7 +58,7 @@ class CArray : public CObject {
   INT_PTR Append(const CArray& src);
   void Copy(const CArray& src);
   void InsertAt(INT_PTR nIndex, ARG_TYPE newElement, INT_PTR nCount = 1);
-  void InsertAt(INT_PTR nStartIndex, const CArray* pNewArray);
+  void InsertAt(INT_PTR nStartIndex, CArray* pNewArray);
   void RemoveAt(INT_PTR nIndex, INT_PTR nCount = 1);
 
   void Serialize(CArchive& ar) override;
@@ -210,7 +214,7 @@ void CArray<TYPE, ARG_TYPE>::InsertAt(INT_PTR nIndex, ARG_TYPE newElement, INT_P
 }
 
 template <class TYPE, class ARG_TYPE>
-void CArray<TYPE, ARG_TYPE>::InsertAt(INT_PTR nStartIndex, const CArray* pNewArray) {
+void CArray<TYPE, ARG_TYPE>::InsertAt(INT_PTR nStartIndex, CArray* pNewArray) {
   if (pNewArray == nullptr || nStartIndex < 0) AfxThrowInvalidArgException();
   const INT_PTR nCount = pNewArray->GetSize();
   if (nCount == 0) return;

@@ -1,7 +1,8 @@
 // CMap: the class library's hash map. Entries live in bucket chains exactly as MFC keeps them,
 // so iteration order is MFC's: buckets ascending, each chain from its newest entry. The bucket
 // count is fixed for the map's life (17 by default), which would make look-ups linear in the
-// size; a private open-addressing index over the same entries keeps them O(1).
+// size; a private open-addressing index over the same entries keeps them O(1), and chains
+// linked both ways keep removal O(1).
 #pragma once
 
 #include <new>
@@ -22,6 +23,7 @@ template <class KEY, class ARG_KEY, class VALUE, class ARG_VALUE>
 class CMap : public CObject {
   struct CAssoc {
     CAssoc* pNext;
+    CAssoc* pPrev;
     UINT nHashValue;
     KEY key;
     VALUE value;
@@ -58,6 +60,21 @@ class CMap : public CObject {
     return pAssoc ? pAssoc->value : Insert(key, nHashValue)->value;
   }
   void SetAt(ARG_KEY key, ARG_VALUE newValue) { (*this)[key] = newValue; }
+  // Removes the entry; FALSE when there is none. The last one gone, the map frees all it holds.
+  BOOL RemoveKey(ARG_KEY key) {
+    const UINT nHashValue = HashKey<ARG_KEY>(key);
+    CAssoc* pAssoc = Find(key, nHashValue);
+    if (pAssoc == nullptr) return FALSE;
+    RemoveFromIndex(pAssoc);
+    (pAssoc->pPrev ? pAssoc->pPrev->pNext : m_pHashTable[nHashValue % m_nHashTableSize]) = pAssoc->pNext;
+    if (pAssoc->pNext) pAssoc->pNext->pPrev = pAssoc->pPrev;
+    pAssoc->key.~KEY();
+    pAssoc->value.~VALUE();
+    pAssoc->pNext = m_pFreeList;
+    m_pFreeList = pAssoc;
+    if (--m_nCount == 0) RemoveAll();
+    return TRUE;
+  }
 
   POSITION GetStartPosition() const { return m_nCount == 0 ? nullptr : BEFORE_START_POSITION; }
   void GetNextAssoc(POSITION& rNextPosition, KEY& rKey, VALUE& rValue) const {
@@ -117,6 +134,20 @@ class CMap : public CObject {
       if (pAssoc->nHashValue == nHashValue && pAssoc->key == key) return pAssoc;
     }
   }
+  // Empties the entry's slot, then moves back every entry after it that the gap would otherwise
+  // cut off from its home slot.
+  void RemoveFromIndex(CAssoc* pAssoc) {
+    UINT_PTR iGap = Slot(pAssoc->nHashValue);
+    while (m_pIndex[iGap] != pAssoc) iGap = (iGap + 1) & m_nIndexMask;
+    for (UINT_PTR i = (iGap + 1) & m_nIndexMask; m_pIndex[i]; i = (i + 1) & m_nIndexMask) {
+      const UINT_PTR iHome = Slot(m_pIndex[i]->nHashValue);
+      const bool bHomeInRun = iGap < i ? iGap < iHome && iHome <= i : iGap < iHome || iHome <= i;
+      if (bHomeInRun) continue;
+      m_pIndex[iGap] = m_pIndex[i];
+      iGap = i;
+    }
+    m_pIndex[iGap] = nullptr;
+  }
   void AddToIndex(CAssoc* pAssoc) {
     UINT_PTR i = Slot(pAssoc->nHashValue);
     while (m_pIndex[i]) i = (i + 1) & m_nIndexMask;
@@ -147,6 +178,8 @@ class CMap : public CObject {
     pAssoc->nHashValue = nHashValue;
     CAssoc*& pBucket = m_pHashTable[nHashValue % m_nHashTableSize];
     pAssoc->pNext = pBucket;  // the newest entry leads its chain
+    pAssoc->pPrev = nullptr;
+    if (pBucket) pBucket->pPrev = pAssoc;
     pBucket = pAssoc;
     AddToIndex(pAssoc);
     return pAssoc;

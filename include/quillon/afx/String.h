@@ -14,8 +14,11 @@ struct CAfxAllocator {
   CAfxAllocator(const CAfxAllocator<U>&) {}
   T* allocate(size_t n) { return static_cast<T*>(AfxAllocate(n * sizeof(T))); }
   void deallocate(T* p, size_t) { ::operator delete(p); }
-  friend bool operator==(const CAfxAllocator&, const CAfxAllocator&) { return true; }
 };
+template <class T, class U>
+bool operator==(const CAfxAllocator<T>&, const CAfxAllocator<U>&) { return true; }
+template <class T, class U>
+bool operator!=(const CAfxAllocator<T>&, const CAfxAllocator<U>&) { return false; }
 typedef std::basic_string<TCHAR, std::char_traits<TCHAR>, CAfxAllocator<TCHAR>> CAfxString;
 
 class AFX_CORE_API CString {
