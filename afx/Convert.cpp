@@ -22,13 +22,13 @@ void AppendUtf8(std::string& out, char32_t c) {
   }
 }
 
-void AppendUtf16(std::u16string& out, char32_t c) {
+void AppendUtf16(std::basic_string<WCHAR>& out, char32_t c) {
   if (c < 0x10000) {
-    out += static_cast<char16_t>(c);
+    out += static_cast<WCHAR>(c);
   } else {
     c -= 0x10000;
-    out += static_cast<char16_t>(0xD800 | (c >> 10));
-    out += static_cast<char16_t>(0xDC00 | (c & 0x3FF));
+    out += static_cast<WCHAR>(0xD800 | (c >> 10));
+    out += static_cast<WCHAR>(0xDC00 | (c & 0x3FF));
   }
 }
 
@@ -37,7 +37,7 @@ constexpr char32_t kReplacement = 0xFFFD;
 }  // namespace
 
 CW2A::CW2A(LPCWSTR psz, UINT nCodePage)
-    : CW2A(psz, psz ? std::char_traits<char16_t>::length(psz) : 0, nCodePage) {}
+    : CW2A(psz, psz ? std::char_traits<WCHAR>::length(psz) : 0, nCodePage) {}
 
 CW2A::CW2A(LPCWSTR pch, size_t nLength, UINT) {
   m_str.reserve(nLength);

@@ -10,8 +10,8 @@ CDumpContext& CDumpContext::operator<<(LPCSTR lpsz) {
 }
 
 CDumpContext& CDumpContext::operator<<(LPCTSTR lpsz) {
-  if (lpsz == nullptr) lpsz = u"";
-  const size_t nLength = std::char_traits<char16_t>::length(lpsz);
+  if (lpsz == nullptr) lpsz = _T("");
+  const size_t nLength = std::char_traits<TCHAR>::length(lpsz);
   if (m_pFile)
     m_pFile->Write(lpsz, static_cast<UINT>(nLength * sizeof(TCHAR)));
   else

@@ -1,9 +1,11 @@
 #include "quillon/afx/ExtensionModule.h"
 
+#include <cstddef>
+
 #include "quillon/afx/String.h"
 
 #if defined(_WIN32)
-int AfxWin32LoadString(HINSTANCE hInstance, UINT nID, const char16_t** ppText);
+int AfxWin32LoadString(HINSTANCE hInstance, UINT nID, const WCHAR** ppText);
 #endif
 
 AFX_MODULE_STATE* AfxGetModuleState() {
@@ -14,7 +16,7 @@ AFX_MODULE_STATE* AfxGetModuleState() {
 BOOL AfxLoadStringResource(HINSTANCE hInstance, UINT nID, CString& str) {
   if (hInstance == nullptr) return FALSE;
 #if defined(_WIN32)
-  const char16_t* pText = nullptr;
+  const WCHAR* pText = nullptr;
   const int nLength = AfxWin32LoadString(hInstance, nID, &pText);
   if (nLength <= 0) return FALSE;
   str = CString(pText, nLength);
@@ -30,6 +32,14 @@ BOOL AfxLoadStringResource(HINSTANCE hInstance, UINT nID, CString& str) {
 #endif
 }
 
+// The chains link their elements through these members, as MFC's do (offsetof on classes with
+// virtual functions, which the compiler supports).
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+AFX_MODULE_STATE::AFX_MODULE_STATE()
+    : m_classList(offsetof(CRuntimeClass, m_pNextClass)),
+      m_factoryList(offsetof(COleObjectFactory, m_pNextFactory)),
+      m_libraryList(offsetof(CDynLinkLibrary, m_pNextDLL)) {}
+
 // The classes and factories that the module's static construction registered since the raw
 // attach hook set the host's chains aside now belong to the module; the host gets its own back.
 BOOL AfxInitExtensionModule(AFX_EXTENSION_MODULE& state, HMODULE hModule) {
@@ -39,16 +49,16 @@ BOOL AfxInitExtensionModule(AFX_EXTENSION_MODULE& state, HMODULE hModule) {
   state.hResource = hModule;
   AFX_MODULE_STATE* pModuleState = AfxGetModuleState();
   state.pFirstSharedClass = pModuleState->m_classList;
-  pModuleState->m_classList = pModuleState->m_pClassInit;
+  pModuleState->m_classList.m_pHead = pModuleState->m_pClassInit;
   state.pFirstSharedFactory = pModuleState->m_factoryList;
-  pModuleState->m_factoryList = pModuleState->m_pFactoryInit;
+  pModuleState->m_factoryList.m_pHead = pModuleState->m_pFactoryInit;
   return TRUE;
 }
 
 void AfxTermExtensionModule(AFX_EXTENSION_MODULE& state, BOOL bAll) {
   AFX_MODULE_STATE* pModuleState = AfxGetModuleState();
   for (CDynLinkLibrary* pDLL = pModuleState->m_libraryList; pDLL;) {
-    CDynLinkLibrary* pNext = pDLL->m_pNextDLL;
+    CDynLinkLibrary* pNext = pModuleState->m_libraryList.GetNext(pDLL);
     if (bAll || pDLL->m_hModule == state.hModule) delete pDLL;
     pDLL = pNext;
   }
@@ -57,18 +67,12 @@ void AfxTermExtensionModule(AFX_EXTENSION_MODULE& state, BOOL bAll) {
 CDynLinkLibrary::CDynLinkLibrary(AFX_EXTENSION_MODULE& state, BOOL bSystem)
     : m_hModule(state.hModule),
       m_hResource(state.hResource),
-      m_classList(state.pFirstSharedClass),
-      m_factoryList(state.pFirstSharedFactory),
+      m_classList(offsetof(CRuntimeClass, m_pNextClass)),
+      m_factoryList(offsetof(COleObjectFactory, m_pNextFactory)),
       m_bSystem(bSystem) {
-  AFX_MODULE_STATE* pModuleState = AfxGetModuleState();
-  m_pNextDLL = pModuleState->m_libraryList;
-  pModuleState->m_libraryList = this;
+  m_classList.m_pHead = state.pFirstSharedClass;
+  m_factoryList.m_pHead = state.pFirstSharedFactory;
+  AfxGetModuleState()->m_libraryList.AddHead(this);
 }
 
-CDynLinkLibrary::~CDynLinkLibrary() {
-  for (CDynLinkLibrary** pp = &AfxGetModuleState()->m_libraryList; *pp; pp = &(*pp)->m_pNextDLL)
-    if (*pp == this) {
-      *pp = m_pNextDLL;
-      break;
-    }
-}
+CDynLinkLibrary::~CDynLinkLibrary() { AfxGetModuleState()->m_libraryList.Remove(this); }

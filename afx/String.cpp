@@ -5,23 +5,13 @@
 
 namespace {
 
-size_t Length(LPCTSTR psz) { return psz ? std::char_traits<char16_t>::length(psz) : 0; }
+size_t Length(LPCTSTR psz) { return psz ? std::char_traits<TCHAR>::length(psz) : 0; }
 
-TCHAR FoldAscii(TCHAR c) { return c >= u'A' && c <= u'Z' ? static_cast<TCHAR>(c + 32) : c; }
+TCHAR FoldAscii(TCHAR c) { return c >= _T('A') && c <= _T('Z') ? static_cast<TCHAR>(c + 32) : c; }
 
 }  // namespace
 
-int AfxCompareNoCase(LPCTSTR a, LPCTSTR b) {
-  if (a == nullptr) a = u"";
-  if (b == nullptr) b = u"";
-  for (;; a++, b++) {
-    const TCHAR ca = FoldAscii(*a), cb = FoldAscii(*b);
-    if (ca != cb) return ca < cb ? -1 : 1;
-    if (ca == 0) return 0;
-  }
-}
-
-CString::CString(LPCTSTR psz) : m_str(psz ? psz : u"") {}
+CString::CString(LPCTSTR psz) : m_str(psz ? psz : _T("")) {}
 
 CString::CString(LPCTSTR pch, int nLength) {
   if (nLength < 0 || (pch == nullptr && nLength > 0)) AfxThrowInvalidArgException();
@@ -36,7 +26,7 @@ CString::CString(LPCSTR psz) {
 CString::CString(TCHAR ch, int nRepeat) : m_str(nRepeat > 0 ? static_cast<size_t>(nRepeat) : 0, ch) {}
 
 CString& CString::operator=(LPCTSTR psz) {
-  m_str.assign(psz ? psz : u"");
+  m_str.assign(psz ? psz : _T(""));
   return *this;
 }
 
@@ -79,7 +69,7 @@ void CString::Append(LPCTSTR pch, int nLength) {
 
 void CString::SetString(LPCTSTR pch, int nLength) {
   if (nLength < 0 || (pch == nullptr && nLength > 0)) AfxThrowInvalidArgException();
-  m_str.assign(pch ? pch : u"", static_cast<size_t>(nLength));
+  m_str.assign(pch ? pch : _T(""), static_cast<size_t>(nLength));
 }
 
 TCHAR CString::GetAt(int i) const {
@@ -102,15 +92,24 @@ void CString::ReleaseBuffer(int nNewLength) {
 }
 
 int CString::Compare(LPCTSTR psz) const {
-  const int n = m_str.compare(psz ? psz : u"");
+  const int n = m_str.compare(psz ? psz : _T(""));
   return n < 0 ? -1 : n > 0 ? 1 : 0;
 }
 
-int CString::CompareNoCase(LPCTSTR psz) const { return AfxCompareNoCase(m_str.c_str(), psz); }
+// Folds ASCII letters only, as a Unicode build of the class library compares in the C locale.
+int CString::CompareNoCase(LPCTSTR psz) const {
+  const TCHAR* a = m_str.c_str();
+  const TCHAR* b = psz ? psz : _T("");
+  for (;; a++, b++) {
+    const TCHAR ca = FoldAscii(*a), cb = FoldAscii(*b);
+    if (ca != cb) return ca < cb ? -1 : 1;
+    if (ca == 0) return 0;
+  }
+}
 
 int CString::Find(LPCTSTR pszSub, int iStart) const {
   if (iStart < 0 || iStart > GetLength()) return -1;
-  const size_t i = m_str.find(pszSub ? pszSub : u"", static_cast<size_t>(iStart));
+  const size_t i = m_str.find(pszSub ? pszSub : _T(""), static_cast<size_t>(iStart));
   return i == CAfxString::npos ? -1 : static_cast<int>(i);
 }
 

@@ -23,12 +23,12 @@ struct Conversion {
   bool bShort = false;
 };
 
-void Pad(CAfxString& out, std::u16string_view text, const Conversion& conversion) {
+void Pad(CAfxString& out, std::basic_string_view<TCHAR> text, const Conversion& conversion) {
   const size_t nPad = conversion.nWidth > 0 && static_cast<size_t>(conversion.nWidth) > text.size()
                           ? static_cast<size_t>(conversion.nWidth) - text.size() : 0;
-  if (!conversion.bLeft) out.append(nPad, u' ');
+  if (!conversion.bLeft) out.append(nPad, _T(' '));
   out += text;
-  if (conversion.bLeft) out.append(nPad, u' ');
+  if (conversion.bLeft) out.append(nPad, _T(' '));
 }
 
 void AppendNumber(CAfxString& out, const Conversion& conversion, char conv, va_list& args) {
@@ -45,7 +45,7 @@ void AppendNumber(CAfxString& out, const Conversion& conversion, char conv, va_l
   if (conversion.bShort) n = bSigned ? static_cast<short>(n) : static_cast<unsigned short>(n);
   char buf[80];
   const int nLen = std::snprintf(buf, sizeof buf, fmt.c_str(), n);
-  for (int i = 0; i < nLen && i < static_cast<int>(sizeof buf) - 1; i++) out += static_cast<char16_t>(buf[i]);
+  for (int i = 0; i < nLen && i < static_cast<int>(sizeof buf) - 1; i++) out += static_cast<TCHAR>(buf[i]);
 }
 
 }  // namespace
@@ -54,58 +54,58 @@ void CStringFormatter::Run(CAfxString& out, LPCTSTR f, va_list& args) {
   if (f == nullptr) AfxThrowInvalidArgException();
   out.clear();
   while (*f) {
-    if (*f != u'%') {
+    if (*f != _T('%')) {
       out += *f++;
       continue;
     }
     f++;
-    if (*f == u'%') {
+    if (*f == _T('%')) {
       out += *f++;
       continue;
     }
     Conversion conversion;
-    for (; *f == u'-' || *f == u'+' || *f == u' ' || *f == u'#' || *f == u'0'; f++) {
-      if (*f == u'-') conversion.bLeft = true;
+    for (; *f == _T('-') || *f == _T('+') || *f == _T(' ') || *f == _T('#') || *f == _T('0'); f++) {
+      if (*f == _T('-')) conversion.bLeft = true;
       conversion.flags += static_cast<char>(*f);
     }
-    if (*f == u'*') {
+    if (*f == _T('*')) {
       conversion.nWidth = va_arg(args, int);
       f++;
     } else {
-      for (; *f >= u'0' && *f <= u'9'; f++) conversion.nWidth = (conversion.nWidth < 0 ? 0 : conversion.nWidth * 10) + (*f - u'0');
+      for (; *f >= _T('0') && *f <= _T('9'); f++) conversion.nWidth = (conversion.nWidth < 0 ? 0 : conversion.nWidth * 10) + (*f - _T('0'));
     }
-    if (*f == u'.') {
+    if (*f == _T('.')) {
       conversion.nPrecision = 0;
-      for (f++; *f >= u'0' && *f <= u'9'; f++) conversion.nPrecision = conversion.nPrecision * 10 + (*f - u'0');
+      for (f++; *f >= _T('0') && *f <= _T('9'); f++) conversion.nPrecision = conversion.nPrecision * 10 + (*f - _T('0'));
     }
     for (;; f++) {
-      if (*f == u'l') conversion.nLongs++;
-      else if (*f == u'h') conversion.bShort = true;
-      else if (f[0] == u'I' && f[1] == u'6' && f[2] == u'4') { conversion.nLongs = 2; f += 2; }
+      if (*f == _T('l')) conversion.nLongs++;
+      else if (*f == _T('h')) conversion.bShort = true;
+      else if (f[0] == _T('I') && f[1] == _T('6') && f[2] == _T('4')) { conversion.nLongs = 2; f += 2; }
       else break;
     }
-    const char16_t conv = *f;
+    const TCHAR conv = *f;
     if (conv == 0) AfxThrowInvalidArgException();
     f++;
     switch (conv) {
-      case u's': {
+      case _T('s'): {
         LPCTSTR psz = va_arg(args, LPCTSTR);
-        std::u16string_view text = psz ? psz : u"(null)";
+        std::basic_string_view<TCHAR> text = psz ? psz : _T("(null)");
         if (conversion.nPrecision >= 0) text = text.substr(0, static_cast<size_t>(conversion.nPrecision));
         Pad(out, text, conversion);
         break;
       }
-      case u'S': {
+      case _T('S'): {
         LPCSTR psz = va_arg(args, LPCSTR);
-        Pad(out, std::u16string_view(CA2W(psz ? psz : "(null)").str()), conversion);
+        Pad(out, std::basic_string_view<TCHAR>(CA2W(psz ? psz : "(null)").str()), conversion);
         break;
       }
-      case u'c': {
-        const char16_t ch = static_cast<char16_t>(va_arg(args, int));
-        Pad(out, std::u16string_view(&ch, 1), conversion);
+      case _T('c'): {
+        const TCHAR ch = static_cast<TCHAR>(va_arg(args, int));
+        Pad(out, std::basic_string_view<TCHAR>(&ch, 1), conversion);
         break;
       }
-      case u'd': case u'i': case u'u': case u'x': case u'X': case u'o':
+      case _T('d'): case _T('i'): case _T('u'): case _T('x'): case _T('X'): case _T('o'):
         AppendNumber(out, conversion, static_cast<char>(conv), args);
         break;
       default:
@@ -144,7 +144,7 @@ void CString::Format(UINT nFormatID, ...) {
 BOOL CString::LoadString(UINT nID) {
   AFX_MODULE_STATE* pState = AfxGetModuleState();
   if (AfxLoadStringResource(pState->m_hCurrentResourceHandle, nID, *this)) return TRUE;
-  for (CDynLinkLibrary* pDLL = pState->m_libraryList; pDLL; pDLL = pDLL->m_pNextDLL)
+  for (CDynLinkLibrary* pDLL = pState->m_libraryList; pDLL; pDLL = pState->m_libraryList.GetNext(pDLL))
     if (AfxLoadStringResource(pDLL->m_hResource, nID, *this)) return TRUE;
   return FALSE;
 }

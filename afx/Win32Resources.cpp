@@ -5,9 +5,9 @@
 struct HINSTANCE__;
 
 // The text (not terminated) and length of string resource nID, or 0 when there is none.
-int AfxWin32LoadString(HINSTANCE hInstance, UINT nID, const char16_t** ppText) {
+int AfxWin32LoadString(HINSTANCE hInstance, UINT nID, const WCHAR** ppText) {
   const WCHAR* pText = nullptr;
   const int nLength = LoadStringW(hInstance, nID, reinterpret_cast<LPWSTR>(&pText), 0);
-  *ppText = reinterpret_cast<const char16_t*>(pText);
+  *ppText = pText;
   return nLength;
 }

@@ -39,8 +39,8 @@ bool AnyEqual(uint64_t v, uint64_t c) { return AnyBelow(v ^ (c * kLanes), 1); }
 // Copies the plain ASCII units from psz on, four at a time while plain(word) holds for all four,
 // as bytes to p; returns the units copied.
 template <class Plain>
-size_t CopyPlainAscii(const char16_t* psz, size_t nLength, char*& p, Plain plain) {
-  static_assert(std::endian::native == std::endian::little, "lanes are read in memory order");
+size_t CopyPlainAscii(LPCTSTR psz, size_t nLength, char*& p, Plain plain) {
+  static_assert(std::endian::native == std::endian::little && sizeof(TCHAR) == 2, "lanes are code units in memory order");
   size_t i = 0;
   for (uint64_t v; i + 4 <= nLength; i += 4) {
     std::memcpy(&v, psz + i, sizeof v);

@@ -8,15 +8,15 @@
 #include <quillon/TmxParseEngine.h>
 
 int main() {
-  CTmxParseEngine engine(CString(u"examples/sample.tmx"), nullptr, nullptr);
+  CTmxParseEngine engine(CString(_T("examples/sample.tmx")), nullptr, nullptr);
   CStringArray languages;
   engine.SearchTmxForLanguages(&languages);  // parse errors arrive as SAXParseException
   for (INT_PTR i = 0; i < languages.GetSize(); i++) std::printf("%s\n", (LPCSTR)CW2A(languages[i]));
 
   TmxUnitMap* pMap = nullptr;
   engine.CreateMapObject(pMap);
-  engine.m_strFirstLanguage = u"en-US";
-  engine.m_strSecondLanguage = u"de-DE";
+  engine.m_strFirstLanguage = _T("en-US");
+  engine.m_strSecondLanguage = _T("de-DE");
   engine.CreateDataStructures(*pMap);
   CTmxElementAddressAndTUV* pUnit = nullptr;
   if (pMap->Lookup(0, pUnit))  // the first unit of the body
@@ -25,7 +25,7 @@ int main() {
   engine.DeleteMapObject(pMap);
   delete pMap;
 
-  CGenXMLInterface xml(CString(u"examples/sample.xml"), 0, CString());
+  CGenXMLInterface xml(CString(_T("examples/sample.xml")), 0, CString());
   int nSize = 0;
   const int nNodes = xml.PreParseForSize(nSize);
   std::vector<unsigned char> image(static_cast<size_t>(nSize));

@@ -1,11 +1,15 @@
 #include "module/EntryPoint.h"
 
 #include <new>
+#include <type_traits>
 
 #include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/util/XMLException.hpp>
 
 using namespace xercesc;
+
+// The library hands CString text to the parser as it is: wchar_t on Windows, char16_t elsewhere.
+static_assert(std::is_same_v<TCHAR, XMLCh>, "TCHAR and the parser's XMLCh are one type");
 
 namespace {
 
@@ -24,16 +28,18 @@ ModuleSteps g_moduleSteps = {StartParserPlatform, AfxInitExtensionModule, Alloca
 
 AFX_EXTENSION_MODULE ExtensionModule = {};
 
-BOOL WINAPI RawDllMain(HINSTANCE, DWORD dwReason, LPVOID) {
+extern "C" BOOL WINAPI RawDllMain(HINSTANCE, DWORD dwReason, LPVOID) {
   if (dwReason == DLL_PROCESS_ATTACH) {
     AFX_MODULE_STATE* pModuleState = AfxGetModuleState();
     pModuleState->m_pClassInit = pModuleState->m_classList;
     pModuleState->m_pFactoryInit = pModuleState->m_factoryList;
-    pModuleState->m_classList = nullptr;
-    pModuleState->m_factoryList = nullptr;
+    pModuleState->m_classList.m_pHead = nullptr;
+    pModuleState->m_factoryList.m_pHead = nullptr;
   }
   return TRUE;
 }
+
+extern "C" BOOL(WINAPI* const _pRawDllMain)(HINSTANCE, DWORD, LPVOID) = &RawDllMain;
 
 extern "C" BOOL APIENTRY DllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID) {
   if (dwReason == DLL_PROCESS_ATTACH) {

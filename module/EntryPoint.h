@@ -18,7 +18,8 @@ extern ModuleSteps g_moduleSteps;
 extern AFX_EXTENSION_MODULE ExtensionModule;
 
 // Runs before the library's static objects are constructed, as the class library requires of
-// an extension module.
-BOOL WINAPI RawDllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID lpReserved);
+// an extension module; its start code finds it through _pRawDllMain.
+extern "C" BOOL WINAPI RawDllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID lpReserved);
+extern "C" BOOL(WINAPI* const _pRawDllMain)(HINSTANCE, DWORD, LPVOID);
 // The loader's entry point on Windows; elsewhere the load trigger calls it.
 extern "C" BOOL APIENTRY DllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID lpReserved);

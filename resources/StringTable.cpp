@@ -5,7 +5,7 @@
 namespace {
 
 const AFX_STRING_RESOURCE kStrings[] = {
-#define QUILLON_STRING(id, text) {id, u"" text},
+#define QUILLON_STRING(id, text) {id, _T("") text},
 #include "resources/Strings.def"
 #undef QUILLON_STRING
 };

@@ -8,5 +8,5 @@
 void* OpenSharedLibrary(const char* path);
 bool CloseSharedLibrary(void* handle);
 
-// Writes a file whose name is UTF-16 text, whatever letters it holds.
-bool WriteNamedFile(const std::u16string& path, const std::string& bytes);
+// Writes a file whose name is UTF-8 text, whatever letters it holds.
+bool WriteNamedFile(const std::string& path, const std::string& bytes);

@@ -69,8 +69,8 @@ class UnitMap {
 
 // The units that the streaming reader delivers, with the bilingual rules for a pair and the
 // multilingual rules without one. Keys rise in document order.
-inline Units StreamedUnits(const std::string& text, const char16_t* pszFirst = nullptr,
-                           const char16_t* pszSecond = nullptr, bool* pResult = nullptr) {
+inline Units StreamedUnits(const std::string& text, LPCTSTR pszFirst = nullptr,
+                           LPCTSTR pszSecond = nullptr, bool* pResult = nullptr) {
   std::string bytes = text;
   CMemFile file(reinterpret_cast<BYTE*>(bytes.data()), static_cast<UINT>(bytes.size()));
   auto reader = pszFirst ? std::make_unique<CTmxUnitReader>(CString(pszFirst), CString(pszSecond))
@@ -87,8 +87,8 @@ inline Units StreamedUnits(const std::string& text, const char16_t* pszFirst = n
 }
 
 // The units that a builder files into a fresh map, checked against the streaming reader's.
-inline Units BuiltUnits(const std::string& text, const char16_t* pszFirst = nullptr,
-                        const char16_t* pszSecond = nullptr, bool* pResult = nullptr) {
+inline Units BuiltUnits(const std::string& text, LPCTSTR pszFirst = nullptr,
+                        LPCTSTR pszSecond = nullptr, bool* pResult = nullptr) {
   ParsedTmx tmx(text);
   UnitMap map(tmx.engine);
   bool bResult;

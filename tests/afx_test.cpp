@@ -20,35 +20,35 @@ void ExpectThrows(F f) {
 }
 
 TEST(CStringTest, CompareIsOrdinalAndCompareNoCaseFoldsAsciiOnly) {
-  EXPECT_LT(CString(u"EN").Compare(u"de"), 0);  // upper-case ASCII sorts first
-  EXPECT_EQ(CString(u"en").Compare(u"en"), 0);
-  EXPECT_EQ(CString(u"EN-us").CompareNoCase(u"en-US"), 0);
-  EXPECT_NE(CString(u"\u00e9").CompareNoCase(u"\u00c9"), 0);
-  EXPECT_NE(CString(u"en").CompareNoCase(u"en-US"), 0);
+  EXPECT_LT(CString(_T("EN")).Compare(_T("de")), 0);  // upper-case ASCII sorts first
+  EXPECT_EQ(CString(_T("en")).Compare(_T("en")), 0);
+  EXPECT_EQ(CString(_T("EN-us")).CompareNoCase(_T("en-US")), 0);
+  EXPECT_NE(CString(_T("\u00e9")).CompareNoCase(_T("\u00c9")), 0);
+  EXPECT_NE(CString(_T("en")).CompareNoCase(_T("en-US")), 0);
   EXPECT_EQ(CString().CompareNoCase(nullptr), 0);
 }
 
 TEST(CStringTest, FormatTakesUtf16TextIntegersAndPercent) {
   CString s;
-  s.Format(u"%s|%d|%%|%-4s|%03d|%x", u"abc", -42, u"x", 7, 255);
-  EXPECT_EQ(s, u"abc|-42|%|x   |007|ff");
+  s.Format(_T("%s|%d|%%|%-4s|%03d|%x"), _T("abc"), -42, _T("x"), 7, 255);
+  EXPECT_EQ(s, _T("abc|-42|%|x   |007|ff"));
 }
 
 TEST(CStringTest, FormatWithResourceIdLoadsFromRegisteredModule) {
 #if defined(_WIN32)
   GTEST_SKIP() << "string tables are the modules' own resources on Windows";
 #endif
-  static const AFX_STRING_RESOURCE strings[] = {{7, u"%s and %s"}};
+  static const AFX_STRING_RESOURCE strings[] = {{7, _T("%s and %s")}};
   static const AFX_RESOURCE_DIRECTORY directory = {strings, 1};
   AFX_EXTENSION_MODULE module = {};
   ASSERT_TRUE(AfxInitExtensionModule(module, AfxResourceHandle(directory)));
   auto* library = new CDynLinkLibrary(module);
   CString s;
-  s.Format(7u, u"this", u"that");
-  EXPECT_EQ(s, u"this and that");
-  ExpectThrows<CInvalidArgException>([&] { s.Format(8u, u"x"); });
+  s.Format(7u, _T("this"), _T("that"));
+  EXPECT_EQ(s, _T("this and that"));
+  ExpectThrows<CInvalidArgException>([&] { s.Format(8u, _T("x")); });
   AfxTermExtensionModule(module);
-  EXPECT_EQ(AfxGetModuleState()->m_libraryList, nullptr) << library;
+  EXPECT_EQ(AfxGetModuleState()->m_libraryList.GetHead(), nullptr) << library;
 }
 
 TEST(CArrayTest, GuardedIndexesRaiseInvalidArgument) {

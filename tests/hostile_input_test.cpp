@@ -98,14 +98,14 @@ TEST(HostileInputTest, VersionTheDomRefusesRaisesItsException) {
 }
 
 TEST(HostileInputTest, Utf16ReadsWithAByteOrderMarkOrADeclaration) {
-  auto utf16le = [](const std::u16string& text) {
+  auto utf16le = [](const std::basic_string<TCHAR>& text) {
     std::string bytes;
-    for (char16_t c : text) bytes += {static_cast<char>(c & 0xFF), static_cast<char>(c >> 8)};
+    for (TCHAR c : text) bytes += {static_cast<char>(c & 0xFF), static_cast<char>(c >> 8)};
     return bytes;
   };
-  const std::u16string body = u"<tmx><body><tu><tuv lang=\"en\"/></tu></body></tmx>";
-  EXPECT_EQ(ReadTmx(utf16le(u"\ufeff" + body)), std::vector<std::string>{"en"});
-  EXPECT_EQ(ReadTmx(utf16le(u"<?xml version=\"1.0\" encoding=\"UTF-16\"?>" + body)), std::vector<std::string>{"en"});
+  const std::basic_string<TCHAR> body = _T("<tmx><body><tu><tuv lang=\"en\"/></tu></body></tmx>");
+  EXPECT_EQ(ReadTmx(utf16le(_T("\ufeff") + body)), std::vector<std::string>{"en"});
+  EXPECT_EQ(ReadTmx(utf16le(_T("<?xml version=\"1.0\" encoding=\"UTF-16\"?>") + body)), std::vector<std::string>{"en"});
   EXPECT_THROW(ReadTmx(utf16le(body)), SAXParseException);  // neither: not recognisable as UTF-16
 }
 
@@ -131,7 +131,7 @@ TEST(HostileInputTest, TwoHundredThousandNestedElementsAreReadWithoutExhaustingT
   const std::string seg = "<tmx><body>\n<tu><note>" + Nested("<b>", "</b>", "n") + "</note><tuv lang='en'><seg>a" +
                           Nested("<b>", "</b>", "deep") + "</seg></tuv></tu></body></tmx>";
   ParsedTmx parsed(seg);
-  parsed.engine.m_strFirstLanguage = u"en";
+  parsed.engine.m_strFirstLanguage = _T("en");
   UnitMap map(parsed.engine);
   parsed.engine.CreateDataStructures(*map);
   EXPECT_EQ(map.Units()[0], std::vector<std::string>{"en|adeep|n"});

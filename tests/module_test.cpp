@@ -52,7 +52,7 @@ class EntryPointTest : public ::testing::Test {
   }
   void TearDown() override { g_moduleSteps = saved; }
   static bool Registered() {
-    for (CDynLinkLibrary* p = AfxGetModuleState()->m_libraryList; p; p = p->m_pNextDLL)
+    for (CDynLinkLibrary* p = AfxGetModuleState()->m_libraryList; p; p = AfxGetModuleState()->m_libraryList.GetNext(p))
       if (p->m_hModule == kInstance) return true;
     return false;
   }
@@ -102,15 +102,15 @@ TEST_F(EntryPointTest, RawHookSetsClassChainAsideForTheModule) {
   static CRuntimeClass hostClass = {"CHost", 0, nullptr, nullptr};
   static CRuntimeClass moduleClass = {"CModule", 0, nullptr, nullptr};
   AFX_MODULE_STATE* state = AfxGetModuleState();
-  state->m_classList = &hostClass;
+  state->m_classList.m_pHead = &hostClass;
   RawDllMain(kInstance, DLL_PROCESS_ATTACH, nullptr);
-  EXPECT_EQ(state->m_classList, nullptr);
-  state->m_classList = &moduleClass;  // what static construction registers
+  EXPECT_EQ(state->m_classList.GetHead(), nullptr);
+  state->m_classList.m_pHead = &moduleClass;  // what static construction registers
   DllMain(kInstance, DLL_PROCESS_ATTACH, nullptr);
-  EXPECT_EQ(state->m_classList, &hostClass);
+  EXPECT_EQ(state->m_classList.GetHead(), &hostClass);
   EXPECT_EQ(ExtensionModule.pFirstSharedClass, &moduleClass);
   DllMain(kInstance, DLL_PROCESS_DETACH, nullptr);
-  state->m_classList = nullptr;
+  state->m_classList.m_pHead = nullptr;
 }
 
 TEST(SharedLibraryTest, LoadingStartsTheParserPlatformAndUnloadingStopsIt) {
@@ -120,7 +120,7 @@ TEST(SharedLibraryTest, LoadingStartsTheParserPlatformAndUnloadingStopsIt) {
   EXPECT_NE(XMLPlatformUtils::fgMemoryManager, nullptr);
   CString merge;
   EXPECT_TRUE(merge.LoadString(1));  // the module's string table is reachable
-  EXPECT_EQ(merge, u"%s\n\n%s");
+  EXPECT_EQ(merge, _T("%s\n\n%s"));
   EXPECT_TRUE(CloseSharedLibrary(handle));
   EXPECT_EQ(XMLPlatformUtils::fgMemoryManager, nullptr);
   EXPECT_FALSE(merge.LoadString(1));

@@ -68,13 +68,13 @@ TEST(LanguageSearchTest, DocumentWithoutVariantsIsStillKeptForTheBuilders) {
 
 TEST(InputChoiceTest, MemoryFileWinsOverPathAndAnInvalidChoiceParsesNothing) {
   Source source(Tmx(R"(<tu><tuv lang="fr"/></tu>)"));
-  CTmxParseEngine both(CString(u"ignored.tmx"), &source.file, nullptr);
+  CTmxParseEngine both(CString(_T("ignored.tmx")), &source.file, nullptr);
   EXPECT_TRUE(both.m_strFilePath.IsEmpty());
   CStringArray languages;
   EXPECT_TRUE(both.SearchTmxForLanguages(&languages));
 
   CTmxParseEngine pathAdded(CString(), &source.file, nullptr);
-  pathAdded.m_strFilePath = u"x.tmx";
+  pathAdded.m_strFilePath = _T("x.tmx");
   EXPECT_FALSE(pathAdded.SearchTmxForLanguages(&languages));
   EXPECT_EQ(pathAdded.m_pDocument, nullptr);
 
@@ -93,9 +93,9 @@ TEST(InputChoiceTest, MemoryFileIsReadFromItsStartWhereverItStands) {
 }
 
 TEST(InputChoiceTest, ReadsUtf8AndUtf16FilesWithByteOrderMarks) {
-  const std::u16string text = u"<tmx><body><tu><tuv lang=\"\u00e5\"/></tu></body></tmx>";
+  const std::basic_string<TCHAR> text = _T("<tmx><body><tu><tuv lang=\"\u00e5\"/></tu></body></tmx>");
   std::string utf16 = "\xFF\xFE";
-  for (char16_t c : text) utf16 += {static_cast<char>(c & 0xFF), static_cast<char>(c >> 8)};
+  for (TCHAR c : text) utf16 += {static_cast<char>(c & 0xFF), static_cast<char>(c >> 8)};
   const std::string utf8 = "\xEF\xBB\xBF" + std::string(CW2A(text.c_str()));
   EXPECT_EQ(Languages(utf16), Strs{"\u00e5"});
   EXPECT_EQ(Languages(utf8), Strs{"\u00e5"});
@@ -110,7 +110,7 @@ TEST(ParseErrorTest, MalformedDocumentRaisesWithItsLineAndLeavesStateAlone) {
   Source bad("<tmx>\n<body>\n<tu></tuv>\n</body></tmx>");
   engine.m_pMemFile = &bad.file;
   CStringArray languages;
-  languages.Add(u"keep");
+  languages.Add(_T("keep"));
   try {
     engine.SearchTmxForLanguages(&languages);
     ADD_FAILURE() << "no exception";
@@ -122,7 +122,7 @@ TEST(ParseErrorTest, MalformedDocumentRaisesWithItsLineAndLeavesStateAlone) {
 }
 
 TEST(InputChoiceTest, PathWithNonAsciiLettersReachesTheParserUnchanged) {
-  const std::u16string path = std::u16string(CA2W(testing::TempDir().c_str()).str()) + u"m\u00e9moire-\u7ffb\u8a33.tmx";
+  const std::string path = testing::TempDir() + "m\u00e9moire-\u7ffb\u8a33.tmx";
   ASSERT_TRUE(WriteNamedFile(path, Tmx(R"(<tu><tuv lang="fr"/></tu>)")));
   CTmxParseEngine engine(CString(path.c_str()), nullptr, nullptr);
   CStringArray languages;
@@ -131,15 +131,15 @@ TEST(InputChoiceTest, PathWithNonAsciiLettersReachesTheParserUnchanged) {
 }
 
 TEST(ParseErrorTest, MissingFileRaisesTheParsersException) {
-  CTmxParseEngine engine(CString(u"no/such/file.tmx"), nullptr, nullptr);
+  CTmxParseEngine engine(CString(_T("no/such/file.tmx")), nullptr, nullptr);
   EXPECT_THROW(engine.SearchTmxForLanguages(nullptr), xercesc::SAXParseException);
   EXPECT_EQ(engine.m_pDocument, nullptr);
 }
 
 TEST(CleanLanguagesTest, EmptiesTheArrayAndAcceptsNull) {
   CStringArray languages;
-  languages.Add(u"fr");
-  CTmxParseEngine engine(CString(u"x"), nullptr, nullptr);
+  languages.Add(_T("fr"));
+  CTmxParseEngine engine(CString(_T("x")), nullptr, nullptr);
   EXPECT_TRUE(engine.CleanLanguages(&languages));
   EXPECT_EQ(languages.GetSize(), 0);
   EXPECT_TRUE(engine.CleanLanguages(nullptr));

@@ -44,7 +44,7 @@ Strings StreamedLanguages(const std::string& text) {
 // Both rule sets (BuiltUnits compares the stream with the builders) and the language list.
 void ExpectStreamAsDom(const std::string& text) {
   SCOPED_TRACE(text.size() > 300 ? text.substr(0, 300) + "..." : text);
-  for (auto [first, second] : {std::pair{u"en", u"de"}, std::pair{u"", u""}, std::pair{u"DE", u"x"}})
+  for (auto [first, second] : {std::pair{_T("en"), _T("de")}, std::pair{_T(""), _T("")}, std::pair{_T("DE"), _T("x")}})
     BuiltUnits(text, first, second);
   BuiltUnits(text);
   EXPECT_EQ(StreamedLanguages(text), EngineLanguages(text));
@@ -54,7 +54,7 @@ const std::string kBig(70000, 'w');  // longer than the scanner's buffer: delive
 
 std::string Utf16(const std::string& text) {
   std::string bytes = "\xFF\xFE";
-  for (char16_t c : std::u16string(CA2W(text.c_str()).str())) bytes += {static_cast<char>(c & 0xFF), static_cast<char>(c >> 8)};
+  for (TCHAR c : std::basic_string<TCHAR>(CA2W(text.c_str()).str())) bytes += {static_cast<char>(c & 0xFF), static_cast<char>(c >> 8)};
   return bytes;
 }
 

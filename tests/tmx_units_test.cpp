@@ -10,7 +10,7 @@ namespace {
 
 using Variants = std::vector<std::string>;
 
-Units Bilingual(const std::string& xml, const char16_t* first, const char16_t* second, bool* pResult = nullptr) {
+Units Bilingual(const std::string& xml, LPCTSTR first, LPCTSTR second, bool* pResult = nullptr) {
   return BuiltUnits(xml, first, second, pResult);
 }
 
@@ -21,11 +21,11 @@ const char kThreeUnits[] =
     "<tu><tuv lang='en'><seg>c</seg></tuv></tu>\n";
 
 TEST(UnitKeyTest, BilingualKeysCountEveryNodeOfTheBodyChain) {
-  EXPECT_EQ(Bilingual(Tmx(kThreeUnits), u"en", u"de"),
+  EXPECT_EQ(Bilingual(Tmx(kThreeUnits), _T("en"), _T("de")),
             (Units{{0, {"en|a|"}}, {2, {"en|b|"}}, {4, {"en|c|"}}}));
   const std::string withComment =
       "\n<tu><tuv lang='en'><seg>a</seg></tuv></tu>\n<!-- c -->\n<tu><tuv lang='en'><seg>b</seg></tuv></tu>";
-  EXPECT_EQ(Bilingual(Tmx(withComment), u"en", u"de"), (Units{{0, {"en|a|"}}, {4, {"en|b|"}}}));
+  EXPECT_EQ(Bilingual(Tmx(withComment), _T("en"), _T("de")), (Units{{0, {"en|a|"}}, {4, {"en|b|"}}}));
 }
 
 TEST(UnitKeyTest, MultilingualKeysCountTuElementsOnlyAndEmptyUnitsUseUpKeys) {
@@ -38,7 +38,7 @@ TEST(UnitKeyTest, MultilingualKeysCountTuElementsOnlyAndEmptyUnitsUseUpKeys) {
 TEST(UnitKeyTest, BodyWithoutLeadingWhitespaceKeepsItsFirstUnit) {
   const std::string body = "<tu><tuv lang='en'><seg>a</seg></tuv></tu><tu><tuv lang='en'><seg>b</seg></tuv></tu>";
   const Units expected{{0, {"en|a|"}}, {1, {"en|b|"}}};
-  EXPECT_EQ(Bilingual(Tmx(body), u"en", u""), expected);
+  EXPECT_EQ(Bilingual(Tmx(body), _T("en"), _T("")), expected);
   EXPECT_EQ(Multilingual(Tmx(body)), expected);
 }
 
@@ -55,8 +55,8 @@ TEST(BilingualBuilderTest, KeepsOnlyThePairComparedWholeIgnoringAsciiCase) {
       "\n<tu><tuv xml:lang='EN-us'><seg>1</seg></tuv><tuv xml:lang='de-de'><seg>2</seg></tuv>"
       "<tuv xml:lang='en'><seg>3</seg></tuv><tuv xml:lang='de-AT'><seg>4</seg></tuv><tuv><seg>5</seg></tuv></tu>"
       "<tu><tuv lang='fr'><seg>6</seg></tuv></tu>";
-  EXPECT_EQ(Bilingual(Tmx(body), u"en-US", u"de-DE"), (Units{{0, {"EN-us|1|", "de-de|2|"}}}));
-  EXPECT_EQ(Bilingual(Tmx(body), u"", u""), (Units{{0, {"|5|"}}}));
+  EXPECT_EQ(Bilingual(Tmx(body), _T("en-US"), _T("de-DE")), (Units{{0, {"EN-us|1|", "de-de|2|"}}}));
+  EXPECT_EQ(Bilingual(Tmx(body), _T(""), _T("")), (Units{{0, {"|5|"}}}));
 }
 
 TEST(BuilderTest, NamesMatchInAnyCaseButBilingualBodyTagIsExact) {
@@ -64,7 +64,7 @@ TEST(BuilderTest, NamesMatchInAnyCaseButBilingualBodyTagIsExact) {
       "<tmx><BODY>\n<TU><Note>n</Note><Tuv XML:LANG='en' lang='x'><SEG>s</SEG></Tuv></TU></BODY></tmx>";
   bool bResult = true;
   EXPECT_EQ(Multilingual(doc), (Units{{0, {"x|s|n"}}}));  // lang sorts after XML:LANG, so it wins
-  EXPECT_EQ(Bilingual(doc, u"en", u"x", &bResult), Units{});
+  EXPECT_EQ(Bilingual(doc, _T("en"), _T("x"), &bResult), Units{});
   EXPECT_FALSE(bResult);
 }
 
@@ -72,18 +72,18 @@ TEST(BuilderTest, OnlyTheFirstBodyIsWalked) {
   const std::string doc =
       "<tmx><body>\n<tu><tuv lang='en'><seg>a</seg></tuv></tu></body>"
       "<body>\n<tu><tuv lang='en'><seg>b</seg></tuv></tu></body></tmx>";
-  EXPECT_EQ(Bilingual(doc, u"en", u"de"), (Units{{0, {"en|a|"}}}));
+  EXPECT_EQ(Bilingual(doc, _T("en"), _T("de")), (Units{{0, {"en|a|"}}}));
   EXPECT_EQ(Multilingual(doc), (Units{{0, {"en|a|"}}}));
 }
 
 TEST(BuilderTest, NoBodyOrNoDocument) {
   bool bResult = true;
-  EXPECT_EQ(Bilingual("<tmx><header/></tmx>", u"en", u"de", &bResult), Units{});
+  EXPECT_EQ(Bilingual("<tmx><header/></tmx>", _T("en"), _T("de"), &bResult), Units{});
   EXPECT_FALSE(bResult);
   EXPECT_EQ(Multilingual("<tmx><header/></tmx>", &bResult), Units{});
   EXPECT_TRUE(bResult);
 
-  CTmxParseEngine engine(CString(u"unparsed.tmx"), nullptr, nullptr);
+  CTmxParseEngine engine(CString(_T("unparsed.tmx")), nullptr, nullptr);
   UnitMap map(engine);
   EXPECT_FALSE(engine.CreateDataStructures(*map));
   EXPECT_FALSE(engine.CreateMultilingualDataStructures(*map));
@@ -100,7 +100,7 @@ TEST(NoteTest, SecondSegOfAVariantHasTheMergeAppliedTwice) {
   const std::string body = "\n<tu><note>U</note><tuv lang='en'><note>O</note><seg>a</seg><seg>b</seg></tuv></tu>";
   const Units expected{{0, {"en|a|U\n\nO", "en|b|U\n\nU\n\nO"}}};
   EXPECT_EQ(Multilingual(Tmx(body)), expected);
-  EXPECT_EQ(Bilingual(Tmx(body), u"en", u"de"), expected);
+  EXPECT_EQ(Bilingual(Tmx(body), _T("en"), _T("de")), expected);
 }
 
 TEST(SegmentTest, BilingualTakesWholeMixedContentMultilingualTheFirstChild) {
@@ -113,20 +113,20 @@ TEST(SegmentTest, BilingualTakesWholeMixedContentMultilingualTheFirstChild) {
   };
   for (const auto& c : cases) {
     const std::string body = std::string("\n<tu><tuv lang='en'>") + c.seg + "</tuv></tu>";
-    EXPECT_EQ(Bilingual(Tmx(body), u"en", u"")[0], Variants{std::string("en|") + c.bilingual + "|"}) << c.seg;
+    EXPECT_EQ(Bilingual(Tmx(body), _T("en"), _T(""))[0], Variants{std::string("en|") + c.bilingual + "|"}) << c.seg;
     EXPECT_EQ(Multilingual(Tmx(body))[0], Variants{std::string("en|") + c.multilingual + "|"}) << c.seg;
   }
 }
 
 TEST(SegmentTest, EmptySegGivesAVariantOnlyToTheMultilingualBuilder) {
   const std::string body = "\n<tu><tuv lang='en'><seg/></tuv></tu>";
-  EXPECT_EQ(Bilingual(Tmx(body), u"en", u""), Units{});
+  EXPECT_EQ(Bilingual(Tmx(body), _T("en"), _T("")), Units{});
   EXPECT_EQ(Multilingual(Tmx(body)), (Units{{0, {"en||"}}}));
 }
 
 TEST(FilingTest, TwoBuildsIntoOneMapFileEveryVariantTwice) {
   ParsedTmx tmx(Tmx("\n<tu><tuv lang='en'><seg>a</seg></tuv></tu>"));
-  tmx.engine.m_strFirstLanguage = u"en";
+  tmx.engine.m_strFirstLanguage = _T("en");
   UnitMap map(tmx.engine);
   tmx.engine.CreateDataStructures(*map);
   tmx.engine.CreateDataStructures(*map);
@@ -286,10 +286,10 @@ TEST(VariantTest, DumpWritesLanguageTabAndQuotedSegment) {
   CTmxElementAddressAndTUV* pUnit = nullptr;
   ASSERT_TRUE(map.pMap->Lookup(0, pUnit));
   for (INT_PTR i = 0; i < pUnit->m_pTuvList->GetSize(); i++) (*pUnit->m_pTuvList)[i]->Dump(dc);
-  std::u16string got(static_cast<size_t>(file.GetLength()) / 2, u'\0');
+  std::basic_string<TCHAR> got(static_cast<size_t>(file.GetLength()) / 2, _T('\0'));
   file.SeekToBegin();
   file.Read(got.data(), static_cast<UINT>(file.GetLength()));
-  EXPECT_EQ(got, u"en:\t'Hello'\n:\t''\n");
+  EXPECT_EQ(got, _T("en:\t'Hello'\n:\t''\n"));
 }
 
 }  // namespace

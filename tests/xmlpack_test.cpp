@@ -45,7 +45,7 @@ Packed Pack(const std::string& text) {
   return Pack(xml);
 }
 
-std::u16string U(const char* s) { return std::u16string(CA2W(s).str()); }
+std::basic_string<TCHAR> U(const char* s) { return std::basic_string<TCHAR>(CA2W(s).str()); }
 
 const char kWorkedExample[] = R"(<?xml version="1.0" encoding="UTF-8"?><a x="1"><b/></a>)";
 
@@ -68,7 +68,7 @@ TEST(SizeWalkTest, CommentOf256UnitsAndEntityReferenceAndDefaultedAttribute) {
   const Packed base = Pack("<a/>");
   const Packed comment = Pack("<a><!--" + std::string(256, 'c') + "--></a>");
   EXPECT_EQ(comment.size - base.size, 18 + 532);
-  EXPECT_EQ(comment.read.records[3].value, std::u16string(256, u'c'));
+  EXPECT_EQ(comment.read.records[3].value, std::basic_string<TCHAR>(256, _T('c')));
 
   const Packed entity = Pack(R"(<!DOCTYPE a [<!ENTITY h "hi">]><a>&h;</a>)");
   const Packed plain = Pack(R"(<!DOCTYPE a [<!ENTITY h "hi">]><a></a>)");
@@ -81,8 +81,8 @@ TEST(SizeWalkTest, CommentOf256UnitsAndEntityReferenceAndDefaultedAttribute) {
 
 TEST(ImageTest, WorkedExampleIsByteExact) {
   std::vector<unsigned char> expected;
-  auto text = [&](const std::u16string& s) {
-    for (char16_t c : s) expected.insert(expected.end(), {static_cast<unsigned char>(c), static_cast<unsigned char>(c >> 8)});
+  auto text = [&](const std::basic_string<TCHAR>& s) {
+    for (TCHAR c : s) expected.insert(expected.end(), {static_cast<unsigned char>(c), static_cast<unsigned char>(c >> 8)});
     expected.insert(expected.end(), {0, 0});
   };
   auto record = [&](const char* name, const char* value, uint32_t index, int32_t depth, bool hasChildren) {
@@ -92,7 +92,7 @@ TEST(ImageTest, WorkedExampleIsByteExact) {
       for (int i = 0; i < 4; i++) expected.push_back(static_cast<unsigned char>(n >> (8 * i)));
     expected.insert(expected.end(), {0, static_cast<unsigned char>(hasChildren), 0, 0, 0, 0, 0, 0});
   };
-  text(u"UTF-8");
+  text(_T("UTF-8"));
   record("#document", "", 0, 0, true);
   record("#xmldecl", R"(<?xml version="1.0" encoding="UTF-8"?>)", 1, 0, true);
   record("a", "", 2, 1, true);
@@ -113,7 +113,7 @@ TEST(ImageTest, DeclarationRecordIsAlwaysSecondAndReflectsTheDeclaration) {
   for (const auto& c : cases) {
     const Packed p = Pack(c.xml);
     EXPECT_EQ(p.read.encoding, U(c.encoding)) << c.xml;
-    EXPECT_EQ(p.read.records[1].name, u"#xmldecl");
+    EXPECT_EQ(p.read.records[1].name, _T("#xmldecl"));
     EXPECT_EQ(p.read.records[1].value, U(c.decl)) << c.xml;
   }
 }
@@ -156,7 +156,7 @@ TEST(ImageTest, RecordKindsNamesValuesAndFlags) {
 std::vector<int> PreservedTexts(const Packed& p) {
   std::vector<int> marks;
   for (const auto& r : p.read.records)
-    if (r.name == u"#text" && !r.flags[PackedRecord::IsWhitespaceText]) marks.push_back(r.flags[PackedRecord::PreservedText]);
+    if (r.name == _T("#text") && !r.flags[PackedRecord::IsWhitespaceText]) marks.push_back(r.flags[PackedRecord::PreservedText]);
   return marks;
 }
 
@@ -168,7 +168,7 @@ TEST(PreserveSpaceTest, FirstTextWithContentAfterPreserveIsMarkedWhereverItIs) {
   };
   for (const auto& c : cases) EXPECT_EQ(PreservedTexts(Pack(c.xml)), c.marks) << c.xml;
   for (const auto& r : Pack(cases[0].xml).read.records)
-    if (r.name != u"#text") EXPECT_EQ(r.flags[PackedRecord::PreservedText], 0);
+    if (r.name != _T("#text")) EXPECT_EQ(r.flags[PackedRecord::PreservedText], 0);
 }
 
 TEST(PreserveSpaceTest, StateAndRecordIndexCarryIntoASecondRun) {
@@ -214,9 +214,9 @@ TEST(SizeWalkTest, SizeExceedsTheImageByTheSpareBytesForManyDocuments) {
 
 TEST(ObjectTest, CountsGrowAcrossCallsAndAddOneAddsANode) {
   const std::string path = WriteFile(kWorkedExample);
-  CGenXMLInterface xml(CString(path.c_str()), 42, CString(u"ignored"));
+  CGenXMLInterface xml(CString(path.c_str()), 42, CString(_T("ignored")));
   EXPECT_EQ(xml.GetNodeCount(), 0);
-  EXPECT_EQ(xml.QueryValidator(nullptr), u"NULL");
+  EXPECT_EQ(xml.QueryValidator(nullptr), _T("NULL"));
   xml.AddOneToNodeCount();
   int nSize = 0;
   EXPECT_EQ(xml.PreParseForSize(nSize), 6);
@@ -237,7 +237,7 @@ TEST(ObjectTest, CopiesShareTheParsedDocumentAndDieInAnyOrder) {
   EXPECT_EQ(copy.GetNodeCount(), 5);
   std::vector<unsigned char> buffer(static_cast<size_t>(nSize));
   EXPECT_TRUE(assigned.ParseFileAndPackToMemory(buffer.data()));
-  EXPECT_EQ(quillon::ReadPackedImage(buffer.data(), buffer.size(), 5).records[2].name, u"a");
+  EXPECT_EQ(quillon::ReadPackedImage(buffer.data(), buffer.size(), 5).records[2].name, _T("a"));
 }
 
 TEST(FailureTest, ParseErrorsRaiseAndLeaveSizeAndCountsAlone) {

@@ -9,9 +9,14 @@ using xercesc::DOMNode;
 
 namespace {
 
-// Most names differ in their first letter: the full comparison is for the few that do not.
+// Equal ignoring the case of ASCII letters only, as the class library's CompareNoCase (é and É
+// differ), on parser strings as they are: no string is made per node. pszLowerName is lower case.
 bool NameIs(LPCTSTR pszName, LPCTSTR pszLowerName) {
-  return (pszName[0] | 0x20) == pszLowerName[0] && AfxCompareNoCase(pszName, pszLowerName) == 0;
+  for (;; pszName++, pszLowerName++) {
+    const TCHAR c = *pszName >= 'A' && *pszName <= 'Z' ? static_cast<TCHAR>(*pszName + 32) : *pszName;
+    if (c != *pszLowerName) return false;
+    if (c == 0) return true;
+  }
 }
 
 bool IsLanguageAttribute(LPCTSTR pszName) { return NameIs(pszName, _T("lang")) || NameIs(pszName, _T("xml:lang")); }
@@ -71,8 +76,9 @@ void UnitRules::BeginVariant(TextView language) {
 // Language codes match whole, ignoring ASCII case; without a language attribute a variant
 // matches only an empty language field.
 bool UnitRules::KeepsVariant() const {
-  return !IsBilingual() || AfxCompareNoCase(m_language.data(), *m_pSecondLanguage) == 0 ||
-         AfxCompareNoCase(m_language.data(), *m_pFirstLanguage) == 0;
+  LPCTSTR pszLanguage = m_language.empty() ? _T("") : m_language.data();
+  return !IsBilingual() || m_pSecondLanguage->CompareNoCase(pszLanguage) == 0 ||
+         m_pFirstLanguage->CompareNoCase(pszLanguage) == 0;
 }
 
 void UnitRules::TakeNote(TextView text, CString& strNote) {

@@ -95,4 +95,4 @@ void CGenXMLInterface::AddOneToNodeCount() {
   m_nNodeCount++;
 }
 
-CString CGenXMLInterface::QueryValidator(DOMNode*) { return CString(u"NULL"); }
+CString CGenXMLInterface::QueryValidator(DOMNode*) { return CString(_T("NULL")); }

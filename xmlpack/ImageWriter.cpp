@@ -20,7 +20,7 @@ namespace {
 enum Flag { IsWhitespaceText, HasChildren, IsProcessingInstruction, IsCDataSection, EntityTextValue,
             EntityNodeValue, IsEntitiesAttribute, PreservedText };
 
-const XMLCh* OrEmpty(const XMLCh* psz) { return psz ? psz : u""; }
+const XMLCh* OrEmpty(const XMLCh* psz) { return psz ? psz : _T(""); }
 
 // Whitespace-only: no code unit of U+0021 or above (so U+00A0 is content).
 bool IsWhitespaceOnly(const XMLCh* psz) {
@@ -30,28 +30,28 @@ bool IsWhitespaceOnly(const XMLCh* psz) {
 }
 
 CString DeclarationText(const DOMDocument* pDocument) {
-  CString text(u"<?xml version=\"");
+  CString text(_T("<?xml version=\""));
   text += pDocument->getXmlVersion();
-  text += u'"';
+  text += _T('"');
   if (const XMLCh* pszEncoding = pDocument->getXmlEncoding(); pszEncoding && *pszEncoding) {
-    text += u" encoding=\"";
+    text += _T(" encoding=\"");
     text += pszEncoding;
-    text += u'"';
+    text += _T('"');
   }
-  if (pDocument->getXmlStandalone()) text += u" standalone=\"true\"";
-  text += u"?>";
+  if (pDocument->getXmlStandalone()) text += _T(" standalone=\"true\"");
+  text += _T("?>");
   return text;
 }
 
 CString DocumentTypeText(const DOMDocumentType* pType) {
   CString text(pType->getNodeName());
-  text += u'\x0004';
+  text += _T('\x0004');
   text += pType->getSystemId();
   if (const XMLCh* pszPublic = pType->getPublicId(); pszPublic && *pszPublic) {
-    text += u'\x0003';
+    text += _T('\x0003');
     text += pszPublic;
   }
-  text += u'\x0004';
+  text += _T('\x0004');
   text += pType->getInternalSubset();
   return text;
 }
@@ -114,8 +114,8 @@ void CGenXMLInterface::PackElementToMemory(DOMNode* pElement, int nDepth) {
   bool bPreserve = false;
   for (XMLSize_t i = 0; i < nAttributes; i++) {
     const auto* pAttribute = static_cast<const DOMAttr*>(pAttributes->item(i));
-    if (pAttribute->getSpecified() && XMLString::equals(pAttribute->getName(), u"xml:space") &&
-        XMLString::equals(pAttribute->getValue(), u"preserve")) {
+    if (pAttribute->getSpecified() && XMLString::equals(pAttribute->getName(), _T("xml:space")) &&
+        XMLString::equals(pAttribute->getValue(), _T("preserve"))) {
       bPreserve = true;
       m_bPreserveSpace = true;
     }
@@ -134,12 +134,12 @@ bool CGenXMLInterface::PackNodeToMemory(DOMNode* pNode, int nDepth, bool, bool b
   BYTE flags[8] = {};
   switch (pNode->getNodeType()) {
     case DOMNode::DOCUMENT_TYPE_NODE:
-      pszName = u"#XmlDocTypeNode";
+      pszName = _T("#XmlDocTypeNode");
       composedValue = DocumentTypeText(static_cast<DOMDocumentType*>(pNode));
       pszValue = composedValue;
       break;
     case DOMNode::ENTITY_REFERENCE_NODE:
-      composedName = CString(u"&") + pszName + CString(u";");
+      composedName = CString(_T("&")) + pszName + CString(_T(";"));
       pszName = composedName;
       if (const DOMNode* pFirst = pNode->getFirstChild()) {
         const bool bText = pFirst->getNodeType() == DOMNode::TEXT_NODE;
@@ -154,13 +154,13 @@ bool CGenXMLInterface::PackNodeToMemory(DOMNode* pNode, int nDepth, bool, bool b
       flags[IsCDataSection] = 1;
       break;
     case DOMNode::ATTRIBUTE_NODE:
-      flags[IsEntitiesAttribute] = QueryValidator(pNode) == u"ENTITY(IES)";
+      flags[IsEntitiesAttribute] = QueryValidator(pNode) == _T("ENTITY(IES)");
       nDepth = -1;
       break;
     default:
       break;
   }
-  if (XMLString::equals(pszName, u"#text")) {
+  if (XMLString::equals(pszName, _T("#text"))) {
     if (IsWhitespaceOnly(pszValue)) {
       flags[IsWhitespaceText] = 1;
     } else if (m_bPreserveSpace) {
@@ -179,7 +179,7 @@ bool CGenXMLInterface::PackXMLDeclToMemory(DOMDocument* pDocument, int nDepth, b
   BYTE flags[8] = {};
   flags[HasChildren] = bHasChildren;
   flags[PreservedText] = bPreserve && !m_bPreserveSpace;
-  WriteRecord(u"#xmldecl", DeclarationText(pDocument), nDepth, flags);
+  WriteRecord(_T("#xmldecl"), DeclarationText(pDocument), nDepth, flags);
   return true;
 }
 

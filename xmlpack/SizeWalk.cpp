@@ -29,7 +29,7 @@ void CGenXMLInterface::CountNode(long long nTextBytes) {
 
 void CGenXMLInterface::EvaluateTree(int, DOMNode* pNode) {
   if (pNode == nullptr) return;
-  if (XMLString::equals(pNode->getNodeName(), u"#document")) {
+  if (XMLString::equals(pNode->getNodeName(), _T("#document"))) {
     // Name and (null) value, then "#document" once more: what pays for the declaration's name.
     CountNode(Bytes(TextLength(pNode->getNodeName())) + Bytes(TextLength(pNode->getNodeValue())) + Bytes(9));
     Xml_Decl_Node(pNode);

@@ -10,7 +10,13 @@
 #include <string>
 #include <vector>
 
+#include "quillon/afx/afxdef.h"
+
 namespace quillon {
+
+// The image's texts are UTF-16 code units, read into the host's own 16-bit characters.
+static_assert(sizeof(TCHAR) == 2, "TCHAR holds one UTF-16 code unit");
+typedef std::basic_string<TCHAR> PackedText;
 
 struct PackedRecord {
   enum Flag { IsWhitespaceText, HasChildren, IsProcessingInstruction, IsCDataSection, EntityTextValue,
@@ -18,15 +24,15 @@ struct PackedRecord {
   static constexpr const char* kFlagNames[8] = {"IsWhitespaceText", "HasChildren", "IsProcessingInstruction",
                                                 "IsCDataSection", "EntityTextValue", "EntityNodeValue",
                                                 "IsEntitiesAttribute", "PreservedText"};
-  std::u16string name;
-  std::u16string value;
+  PackedText name;
+  PackedText value;
   uint32_t index = 0;
   int32_t depth = 0;
   uint8_t flags[8] = {};
 };
 
 struct PackedImage {
-  std::u16string encoding;
+  PackedText encoding;
   std::vector<PackedRecord> records;
   size_t length = 0;  // bytes the encoding and the records take
 };
@@ -48,12 +54,12 @@ class ImageCursor {
   ImageCursor(const unsigned char* pData, size_t nSize) : m_pData(pData), m_nSize(nSize) {}
   size_t Offset() const { return m_nOffset; }
   bool AtEnd() const { return m_nOffset == m_nSize; }
-  std::u16string Text(size_t nRecord) {
+  PackedText Text(size_t nRecord) {
     const size_t nStart = m_nOffset;
     SkipText(nRecord);
-    std::u16string text((m_nOffset - nStart) / 2 - 1, u'\0');
+    PackedText text((m_nOffset - nStart) / 2 - 1, TCHAR());
     for (size_t i = 0; i < text.size(); i++)
-      text[i] = static_cast<char16_t>(m_pData[nStart + 2 * i] | m_pData[nStart + 2 * i + 1] << 8);
+      text[i] = static_cast<TCHAR>(m_pData[nStart + 2 * i] | m_pData[nStart + 2 * i + 1] << 8);
     return text;
   }
   void SkipText(size_t nRecord) {

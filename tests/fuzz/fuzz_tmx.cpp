@@ -15,17 +15,17 @@
 
 namespace {
 
-using Units = std::map<int, std::vector<std::u16string>>;
+using Units = std::map<int, std::vector<std::basic_string<TCHAR>>>;
 
-std::u16string Text(const CTmxTUV& t) {
-  return std::u16string(t.m_strLanguage) + u'|' + t.m_strSegment.GetString() + u'|' + t.m_strNote.GetString();
+std::basic_string<TCHAR> Text(const CTmxTUV& t) {
+  return std::basic_string<TCHAR>(t.m_strLanguage) + _T('|') + t.m_strSegment.GetString() + _T('|') + t.m_strNote.GetString();
 }
 
 struct Reading {
   std::string error;  // the exception that ended the read, if any
   Units bilingual, multilingual;
   bool bBilingualResult = false, bMultilingualResult = false;
-  std::vector<std::u16string> languages;
+  std::vector<std::basic_string<TCHAR>> languages;
 };
 
 Units MapUnits(TmxUnitMap& map) {

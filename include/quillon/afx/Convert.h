@@ -24,8 +24,8 @@ class AFX_CORE_API CA2W {
   explicit CA2W(LPCSTR psz, UINT nCodePage = CP_UTF8);
   CA2W(LPCSTR pch, size_t nLength, UINT nCodePage);
   operator LPCWSTR() const { return m_str.c_str(); }
-  const std::u16string& str() const { return m_str; }
+  const std::basic_string<WCHAR>& str() const { return m_str; }
 
  private:
-  std::u16string m_str;
+  std::basic_string<WCHAR> m_str;
 };

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Object.h"
+#include "SimpleList.h"
 
 class COleObjectFactory;
 class CDynLinkLibrary;
@@ -41,9 +42,10 @@ class AFX_CORE_API COleObjectFactory {
 // registered extension libraries. The class and factory chains that static construction
 // fills while an extension module loads are handed to that module by AfxInitExtensionModule.
 struct AFX_CORE_API AFX_MODULE_STATE {
-  CRuntimeClass* m_classList = nullptr;
-  COleObjectFactory* m_factoryList = nullptr;
-  CDynLinkLibrary* m_libraryList = nullptr;
+  AFX_MODULE_STATE();
+  CTypedSimpleList<CRuntimeClass*> m_classList;
+  CTypedSimpleList<COleObjectFactory*> m_factoryList;
+  CTypedSimpleList<CDynLinkLibrary*> m_libraryList;
   CRuntimeClass* m_pClassInit = nullptr;
   COleObjectFactory* m_pFactoryInit = nullptr;
   HINSTANCE m_hCurrentResourceHandle = nullptr;
@@ -57,8 +59,8 @@ class AFX_CORE_API CDynLinkLibrary : public CObject {
 
   HMODULE m_hModule;
   HMODULE m_hResource;
-  CRuntimeClass* m_classList;
-  COleObjectFactory* m_factoryList;
+  CTypedSimpleList<CRuntimeClass*> m_classList;
+  CTypedSimpleList<COleObjectFactory*> m_factoryList;
   BOOL m_bSystem;
   CDynLinkLibrary* m_pNextDLL = nullptr;
 };

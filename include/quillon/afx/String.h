@@ -85,5 +85,3 @@ class AFX_CORE_API CString {
   friend struct CStringFormatter;
 };
 
-// The ASCII-only case folding of CompareNoCase, on any pair of UTF-16 strings (null is empty).
-AFX_CORE_API int AfxCompareNoCase(LPCTSTR a, LPCTSTR b);

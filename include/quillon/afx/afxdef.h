@@ -4,15 +4,22 @@
 #include <cstddef>
 #include <cstdint>
 
-// Text is UTF-16 throughout; the code unit is the parser's XMLCh.
+// Text is UTF-16 throughout, in the code unit of the parser's XMLCh: wchar_t on Windows, as in a
+// Unicode build of MFC (the Windows parser is built with wchar_t as its XMLCh), char16_t elsewhere.
+#if defined(_WIN32)
+typedef wchar_t TCHAR;
+typedef wchar_t WCHAR;
+#define _T(x) L##x
+#else
 typedef char16_t TCHAR;
 typedef char16_t WCHAR;
+#define _T(x) u##x
+#endif
 typedef TCHAR* LPTSTR;
 typedef const TCHAR* LPCTSTR;
 typedef const WCHAR* LPCWSTR;
 typedef char* LPSTR;
 typedef const char* LPCSTR;
-#define _T(x) u##x
 
 typedef int BOOL;
 #define TRUE 1
