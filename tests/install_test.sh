@@ -6,6 +6,7 @@ set -eu
 build=$1
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
+[[ "$(cat README.md)" == *"$(cat examples/host_example.cpp)"* ]] || { echo "FAIL: the README shows another host example"; exit 1; }
 cmake --install "$build" --prefix "$tmp/prefix" >/dev/null
 expected=$("$build/bin/host_example")
 

@@ -154,8 +154,9 @@ TEST(StreamTest, ErrorsReadAsTheEnginesDo) {
 }
 
 TEST(StreamTest, PathMemoryFileAndInputSourceGiveTheSameUnitsAndReopeningStartsOver) {
-  const std::string path = QUILLON_EXAMPLES "/sample.tmx";
-  std::string text = ReadFile(path);
+  std::string text = ReadFile(QUILLON_EXAMPLES "/sample.tmx");
+  const std::string path = testing::TempDir() + "quillon-stream-sample.tmx";  // a path a Windows program can open
+  std::ofstream(path, std::ios::binary) << text;
   auto read = [](CTmxUnitReader& reader) {
     Strings units;
     while (reader.ReadNextUnit()) units.push_back(std::to_string(reader.GetKey()) + Variant(reader.GetVariant(0)));
