@@ -1,10 +1,22 @@
-# Thin wrapper over CMake: the two commands of the README and a few helpers.
+# Thin wrapper over CMake: the two commands of the README and a few helpers. `make` lists them.
+MAKEFLAGS += --no-print-directory
 JOBS ?= $(shell nproc)
 BUILD ?= build
 ASAN_BUILD ?= build-asan
 QUILLON = $(BUILD)/bin/quillon
 
-.PHONY: deps build demo test test-sanitize bench bench-stream bench-python bench-peers fuzz memcheck windows windows-test clean
+.PHONY: help deps build demo test test-sanitize bench bench-stream bench-python bench-peers fuzz memcheck windows windows-test clean
+
+help:
+	@echo "make demo           install what is missing, build, run the quillon tool on examples/"
+	@echo "make test           install what is missing, build, run every test"
+	@echo "make test-sanitize  every test again under AddressSanitizer and UndefinedBehaviorSanitizer"
+	@echo "make fuzz           libFuzzer on the engine, stream, packer and image reader (FUZZ_SECONDS each)"
+	@echo "make memcheck       every suite and the tool's contract under valgrind"
+	@echo "make bench          the DOM operations against a bare parse; bench-stream, bench-python, bench-peers"
+	@echo "make windows        the Windows DLL and tool (mingw-w64); windows-test runs every suite under wine"
+	@echo "make fresh-check    a fresh Debian 12 in a folder: the README's commands as a user, then CI as root"
+	@echo "make clean          remove the build folders"
 
 deps:
 	@scripts/install-deps
@@ -89,6 +101,11 @@ windows: deps
 
 windows-test: windows build
 	@scripts/windows-test $(WIN_BUILD) $(BUILD)
+
+# Bootstraps a minimal Debian 12 under $(BUILD), then the README's two commands as a user with
+# sudo and no locale, then .ci/run as root, from a clone of this repository's HEAD.
+fresh-check:
+	@scripts/fresh-check $(BUILD)/fresh
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD) $(WIN_BUILD)

@@ -32,9 +32,10 @@ void Pad(CAfxString& out, std::basic_string_view<TCHAR> text, const Conversion& 
 }
 
 void AppendNumber(CAfxString& out, const Conversion& conversion, char conv, va_list& args) {
-  std::string fmt = "%" + conversion.flags;
+  std::string fmt(1, '%');
+  fmt += conversion.flags;
   if (conversion.nWidth >= 0) fmt += std::to_string(conversion.nWidth);
-  if (conversion.nPrecision >= 0) fmt += "." + std::to_string(conversion.nPrecision);
+  if (conversion.nPrecision >= 0) (fmt += '.') += std::to_string(conversion.nPrecision);
   fmt += "ll";
   fmt += conv;
   const bool bSigned = conv == 'd' || conv == 'i';

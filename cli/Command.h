@@ -15,10 +15,16 @@ struct PendingRun {
   std::function<void(Output&, ParserSafety&)> run;  // throws on failure, before writing anything
 };
 
-void AddLanguagesCommand(CLI::App& app, PendingRun& pending);
-void AddUnitsCommand(CLI::App& app, PendingRun& pending);
-void AddExportCommand(CLI::App& app, PendingRun& pending);
-void AddPackCommands(CLI::App& app, PendingRun& pending);
+void AddLanguagesCommand(CLI::App& app, PendingRun& pending, ParserSafety& safety);
+void AddUnitsCommand(CLI::App& app, PendingRun& pending, ParserSafety& safety);
+void AddExportCommand(CLI::App& app, PendingRun& pending, ParserSafety& safety);
+void AddPackCommands(CLI::App& app, PendingRun& pending, ParserSafety& safety);
+
+// --allow-external, before the command or in it, and in the help of every command that parses.
+inline CLI::Option* AllowExternal(CLI::App* cmd, ParserSafety& safety) {
+  return cmd->add_flag("--allow-external", safety.bAllowExternal,
+                       "Let the parser load external DTDs and entities, without an expansion limit");
+}
 
 // The name an error line gives an input: the path as given, <stdin> for "-".
 inline std::string DisplayName(const std::string& input) { return input == "-" ? "<stdin>" : input; }

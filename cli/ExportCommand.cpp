@@ -110,7 +110,7 @@ void RunExport(const ExportOptions& options, Output& out, ParserSafety& safety) 
 
 }  // namespace
 
-void AddExportCommand(CLI::App& app, PendingRun& pending) {
+void AddExportCommand(CLI::App& app, PendingRun& pending, ParserSafety& safety) {
   auto options = std::make_shared<ExportOptions>();
   CLI::App* cmd = app.add_subcommand("export", "Stream the units of a TMX document of any size, in document order");
   auto* pair = cmd->add_option("--pair", options->pair, "Keep the variants of two languages")->expected(2)
@@ -122,6 +122,7 @@ void AddExportCommand(CLI::App& app, PendingRun& pending) {
       ->check(CLI::IsMember({"jsonl", "tsv", "moses"}));
   cmd->add_option("-o", options->output, "Write to this file (for moses, this prefix) instead of standard output");
   cmd->add_flag("--quiet", options->bQuiet, "No progress line on a terminal");
+  AllowExternal(cmd, safety);
   cmd->add_option("SOURCE", options->source, "TMX file, or - for standard input")->required();
   cmd->callback([options, &pending] {
     if (options->format == "moses" && (options->pair.empty() || options->output.empty()))

@@ -3,7 +3,7 @@
 
 #include "cli/Command.h"
 #include "cli/StreamInput.h"
-#include "cli/TmxInput.h"
+#include "cli/Input.h"
 #include "quillon/TmxUnitReader.h"
 
 namespace {
@@ -18,7 +18,7 @@ struct LanguagesOptions {
 bool FindLanguages(const LanguagesOptions& options, ParserSafety& safety, CStringArray& languages) {
   if (!options.bStream) {
     TmxInput input(options.source, safety);
-    return input.Engine().SearchTmxForLanguages(&languages);
+    return input.SearchLanguages(&languages);
   }
   StreamInput input(options.source);
   CTmxUnitReader reader;
@@ -41,11 +41,12 @@ void RunLanguages(const LanguagesOptions& options, Output& out, ParserSafety& sa
 
 }  // namespace
 
-void AddLanguagesCommand(CLI::App& app, PendingRun& pending) {
+void AddLanguagesCommand(CLI::App& app, PendingRun& pending, ParserSafety& safety) {
   auto options = std::make_shared<LanguagesOptions>();
   CLI::App* cmd = app.add_subcommand("languages", "List the distinct language codes of a TMX document");
   cmd->add_flag("--json", options->bJson, "Print one JSON object");
   cmd->add_flag("--stream", options->bStream, "Read as a stream, in constant memory, whatever the file's size");
+  AllowExternal(cmd, safety);
   cmd->add_option("SOURCE", options->source, "TMX file, or - for standard input")->required();
   cmd->callback([options, &pending] {
     pending.input = options->source;

@@ -6,7 +6,8 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/Command.h"
-#include "cli/TmxInput.h"
+#include "cli/Input.h"
+#include "cli/Platform.h"
 #include "quillon/GenXMLInterface.h"
 #include "quillon/PackedImage.h"
 
@@ -19,7 +20,8 @@ struct PackOptions {
 };
 
 void RunSize(const PackOptions& options, Output& out, ParserSafety& safety) {
-  CGenXMLInterface xml(CString(options.input.c_str()), 0, CString());
+  const XmlPath input(options.input);
+  CGenXMLInterface xml(input.Path(), 0, CString());
   safety.Apply(xml.GetParser());
   int nSize = 0;
   const int nNodes = xml.PreParseForSize(nSize);
@@ -30,7 +32,8 @@ void RunSize(const PackOptions& options, Output& out, ParserSafety& safety) {
 }
 
 void RunPack(const PackOptions& options, Output& out, ParserSafety& safety) {
-  CGenXMLInterface xml(CString(options.input.c_str()), 0, CString());
+  const XmlPath input(options.input);
+  CGenXMLInterface xml(input.Path(), 0, CString());
   safety.Apply(xml.GetParser());
   int nSize = 0;
   const int nNodes = xml.PreParseForSize(nSize);
@@ -54,7 +57,6 @@ std::string ReadImageFile(const std::string& path) {
     return std::string(bytes.begin(), bytes.end());
   }
   std::ifstream in(path, std::ios::binary);
-  if (!in) throw std::runtime_error("cannot open the file");
   return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
@@ -101,25 +103,30 @@ void RunDump(const PackOptions& options, Output& out, ParserSafety&) {
   options.bJson ? RenderJson(image, out) : RenderText(image, out);
 }
 
-void AddCommand(CLI::App& app, PendingRun& pending, const char* name, const char* description,
-                void (*run)(const PackOptions&, Output&, ParserSafety&), bool bJson, bool bOutput, const char* inputHelp) {
+CLI::App* AddCommand(CLI::App& app, PendingRun& pending, const char* name, const char* description,
+                     void (*run)(const PackOptions&, Output&, ParserSafety&), bool bJson, bool bOutput,
+                     const char* inputHelp) {
   auto options = std::make_shared<PackOptions>();
   CLI::App* cmd = app.add_subcommand(name, description);
   if (bJson) cmd->add_flag("--json", options->bJson, "Print one JSON object");
   if (bOutput) cmd->add_option("-o", options->output, "Write the image to this file instead of standard output");
   cmd->add_option(name == std::string("dump") ? "IMAGE" : "XML", options->input, inputHelp)->required();
-  cmd->callback([options, run, &pending] {
+  cmd->callback([options, run, &pending, bOutput] {
+    if (bOutput && options->output.empty() && IsTerminal(stdout))  // as compressors do
+      throw CLI::ValidationError("pack", "will not write a binary image to a terminal: give -o FILE, or redirect");
     pending.input = options->input;
     pending.run = [options, run](Output& out, ParserSafety& safety) { run(*options, out, safety); };
   });
+  return cmd;
 }
 
 }  // namespace
 
-void AddPackCommands(CLI::App& app, PendingRun& pending) {
-  AddCommand(app, pending, "size", "Count the nodes of an XML document and the bytes of its packed image", RunSize,
-             true, false, "XML file");
-  AddCommand(app, pending, "pack", "Write the packed image of an XML document", RunPack, false, true, "XML file");
+void AddPackCommands(CLI::App& app, PendingRun& pending, ParserSafety& safety) {
+  AllowExternal(AddCommand(app, pending, "size", "Count the nodes of an XML document and the bytes of its packed image",
+                           RunSize, true, false, "XML file, or - for standard input"), safety);
+  AllowExternal(AddCommand(app, pending, "pack", "Write the packed image of an XML document", RunPack, false, true,
+                           "XML file, or - for standard input"), safety);
   AddCommand(app, pending, "dump", "Print the records of a packed image", RunDump, true, false,
              "packed image file, or - for standard input");
 }

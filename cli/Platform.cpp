@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <io.h>
+#include <sys/stat.h>
 #include <shellapi.h>
 
 #include <cstdio>
@@ -30,17 +31,22 @@ void UseBinaryStandardStreams() {
   _setmode(_fileno(stderr), _O_BINARY);
 }
 
-std::FILE* OpenFile(const std::string& path, const char* mode) {
-  auto wide = [](const std::string& text) {
-    std::wstring result(MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, nullptr, 0), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, result.data(), static_cast<int>(result.size()));
-    return result;
-  };
-  return _wfopen(wide(path).c_str(), wide(mode).c_str());
+static std::wstring Wide(const std::string& text) {
+  std::wstring result(MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, nullptr, 0), L'\0');
+  MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, result.data(), static_cast<int>(result.size()));
+  return result;
+}
+
+std::FILE* OpenFile(const std::string& path, const char* mode) { return _wfopen(Wide(path).c_str(), Wide(mode).c_str()); }
+
+std::FILE* CreateNewFile(const std::string& path) {
+  const int fd = _wopen(Wide(path).c_str(), _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY, _S_IREAD | _S_IWRITE);
+  return fd < 0 ? nullptr : _fdopen(fd, "wb");
 }
 
 bool IsTerminal(std::FILE* file) { return _isatty(_fileno(file)) != 0; }
 #else
+#include <fcntl.h>
 #include <unistd.h>
 
 std::vector<std::string> Utf8Arguments(int argc, char** argv) { return {argv, argv + argc}; }
@@ -48,6 +54,11 @@ std::vector<std::string> Utf8Arguments(int argc, char** argv) { return {argv, ar
 void UseBinaryStandardStreams() {}
 
 std::FILE* OpenFile(const std::string& path, const char* mode) { return std::fopen(path.c_str(), mode); }
+
+std::FILE* CreateNewFile(const std::string& path) {
+  const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+  return fd < 0 ? nullptr : fdopen(fd, "wb");
+}
 
 bool IsTerminal(std::FILE* file) { return isatty(fileno(file)) != 0; }
 #endif

@@ -13,5 +13,7 @@ void UseBinaryStandardStreams();
 
 // fopen for a path given in UTF-8.
 std::FILE* OpenFile(const std::string& path, const char* mode);
+// A new file for writing, readable by its owner only; null when the name is taken.
+std::FILE* CreateNewFile(const std::string& path);
 
 bool IsTerminal(std::FILE* file);

@@ -2,7 +2,7 @@
 #include <memory>
 
 #include "cli/Command.h"
-#include "cli/TmxInput.h"
+#include "cli/Input.h"
 #include "cli/UnitText.h"
 
 namespace {
@@ -37,7 +37,7 @@ void Render(TmxUnitMap& map, bool bResult, bool bJson, Output& out) {
 void RunUnits(const UnitsOptions& options, Output& out, ParserSafety& safety) {
   TmxInput input(options.source, safety);
   CTmxParseEngine& engine = input.Engine();
-  engine.SearchTmxForLanguages(nullptr);
+  input.SearchLanguages(nullptr);
   TmxUnitMap* pMap = nullptr;
   engine.CreateMapObject(pMap);
   if (pMap == nullptr) AfxThrowMemoryException();
@@ -60,13 +60,19 @@ void RunUnits(const UnitsOptions& options, Output& out, ParserSafety& safety) {
 
 }  // namespace
 
-void AddUnitsCommand(CLI::App& app, PendingRun& pending) {
+void AddUnitsCommand(CLI::App& app, PendingRun& pending, ParserSafety& safety) {
   auto options = std::make_shared<UnitsOptions>();
   CLI::App* cmd = app.add_subcommand("units", "Print the units of a TMX document, map order, one variant a line");
   auto* pair = cmd->add_option("--pair", options->pair, "Keep the variants of two languages")->expected(2)
                    ->type_name("FIRST SECOND")->allow_extra_args(false);
   cmd->add_flag("--all", options->bAll, "Keep every language (the default)")->excludes(pair);
   cmd->add_flag("--json", options->bJson, "Print one JSON object");
+  AllowExternal(cmd, safety);
+  cmd->footer(
+      "Units come in the map's own order (hash buckets), not by key. Keys follow each builder's rule: with --pair\n"
+      "every node of body counts (whitespace and comments too: 0, 2, 4, ...), with --all only tu elements; --pair\n"
+      "takes a segment's whole text, --all only the text before its first inline element. A line is a variant:\n"
+      "KEY, LANGUAGE, SEGMENT and NOTE separated by tabs, with backslash, tab and line feed as \\\\, \\t and \\n.");
   cmd->add_option("SOURCE", options->source, "TMX file, or - for standard input")->required();
   cmd->callback([options, &pending] {
     pending.input = options->source;

@@ -12,6 +12,7 @@
 
 #include "quillon/GenXMLInterface.h"
 #include "quillon/PackedImage.h"
+#include "tests/TempFolder.h"
 #include "tests/TmxTestSupport.h"
 
 namespace {
@@ -23,15 +24,6 @@ std::string ReadFile(const std::string& path) {
   return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
-std::string TempPath(const std::string& name) {
-  return testing::TempDir() + "quillon_" + testing::UnitTest::GetInstance()->current_test_info()->name() + "_" + name;
-}
-
-std::string WriteFile(const std::string& name, const std::string& text) {
-  const std::string path = TempPath(name);
-  std::ofstream(path, std::ios::binary) << text;
-  return path;
-}
 
 // Reads a TMX text the way a host does: languages, then both builders. Returns the languages.
 std::vector<std::string> ReadTmx(const std::string& text, const std::function<void(CTmxParseEngine&)>& configure = {}) {
@@ -52,7 +44,7 @@ std::vector<std::string> ReadTmx(const std::string& text, const std::function<vo
 
 // Sizes and packs an XML text; the image never exceeds the size and holds every counted record.
 int PackXml(const std::string& text, const std::function<void(CGenXMLInterface&)>& configure = {}) {
-  CGenXMLInterface xml(CString(WriteFile("input.xml", text).c_str()), 0, CString());
+  CGenXMLInterface xml(CString(Temp().Write("input.xml", text).c_str()), 0, CString());
   if (configure) configure(xml);
   int nSize = 0;
   const int nNodes = xml.PreParseForSize(nSize);
@@ -156,7 +148,7 @@ TEST(HostileInputTest, ExpandingEntitiesAreStoppedByAHostsSecurityManager) {
 }
 
 TEST(HostileInputTest, ExternalEntitiesFollowTheParserSettings) {
-  const std::string secret = WriteFile("secret.txt", "s3cret");
+  const std::string secret = Temp().Write("secret.txt", "s3cret");
   const std::string tmx = "<!DOCTYPE tmx [<!ENTITY x SYSTEM \"" + secret + "\">]>"
                           "<tmx><body>\n<tu><tuv lang='en'><seg>&x;</seg></tuv></tu></body></tmx>";
   ParsedTmx byDefault(tmx);  // the library keeps the parser library's defaults
@@ -168,7 +160,7 @@ TEST(HostileInputTest, ExternalEntitiesFollowTheParserSettings) {
 }
 
 TEST(HostileInputTest, AbsentDtdStopsTheEngineButNotThePacker) {
-  const std::string doctype = "<!DOCTYPE tmx SYSTEM \"" + TempPath("absent.dtd") + "\">";
+  const std::string doctype = "<!DOCTYPE tmx SYSTEM \"" + Temp().Path("absent.dtd") + "\">";
   EXPECT_THROW(ReadTmx(doctype + "<tmx/>"), SAXParseException);
   EXPECT_EQ(ReadTmx(doctype + "<tmx/>", [](CTmxParseEngine& e) { e.m_parser.setLoadExternalDTD(false); }),
             std::vector<std::string>{});

@@ -4,6 +4,7 @@
 #include <xercesc/sax/SAXParseException.hpp>
 
 #include "tests/Platform.h"
+#include "tests/TempFolder.h"
 #include "tests/TmxTestSupport.h"
 
 namespace {
@@ -122,7 +123,7 @@ TEST(ParseErrorTest, MalformedDocumentRaisesWithItsLineAndLeavesStateAlone) {
 }
 
 TEST(InputChoiceTest, PathWithNonAsciiLettersReachesTheParserUnchanged) {
-  const std::string path = testing::TempDir() + "m\u00e9moire-\u7ffb\u8a33.tmx";
+  const std::string path = Temp().Path("m\u00e9moire-\u7ffb\u8a33.tmx");
   ASSERT_TRUE(WriteNamedFile(path, Tmx(R"(<tu><tuv lang="fr"/></tu>)")));
   CTmxParseEngine engine(CString(path.c_str()), nullptr, nullptr);
   CStringArray languages;

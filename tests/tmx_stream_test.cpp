@@ -9,6 +9,7 @@
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 
+#include "tests/TempFolder.h"
 #include "tests/TmxTestSupport.h"
 
 namespace {
@@ -155,8 +156,7 @@ TEST(StreamTest, ErrorsReadAsTheEnginesDo) {
 
 TEST(StreamTest, PathMemoryFileAndInputSourceGiveTheSameUnitsAndReopeningStartsOver) {
   std::string text = ReadFile(QUILLON_EXAMPLES "/sample.tmx");
-  const std::string path = testing::TempDir() + "quillon-stream-sample.tmx";  // a path a Windows program can open
-  std::ofstream(path, std::ios::binary) << text;
+  const std::string path = Temp().Write("sample.tmx", text);  // a path a Windows program can open
   auto read = [](CTmxUnitReader& reader) {
     Strings units;
     while (reader.ReadNextUnit()) units.push_back(std::to_string(reader.GetKey()) + Variant(reader.GetVariant(0)));

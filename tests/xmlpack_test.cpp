@@ -9,18 +9,15 @@
 
 #include "quillon/GenXMLInterface.h"
 #include "quillon/PackedImage.h"
+#include "tests/TempFolder.h"
 
 namespace {
 
 using quillon::PackedRecord;
 
 std::string WriteFile(const std::string& text) {
-  static int nFile = 0;  // ctest runs tests in parallel processes: names carry the test's
-  const std::string path = testing::TempDir() + "quillon_" +
-                           testing::UnitTest::GetInstance()->current_test_info()->name() + "_" +
-                           std::to_string(nFile++) + ".xml";
-  std::ofstream(path, std::ios::binary) << text;
-  return path;
+  static int nFile = 0;
+  return Temp().Write(std::to_string(nFile++) + ".xml", text);
 }
 
 struct Packed {
@@ -262,7 +259,7 @@ TEST(FailureTest, AfterAFailedMeasurementPackingWritesNothing) {
   const std::string path = WriteFile(kWorkedExample);
   const std::function<void(CGenXMLInterface&)> failures[] = {
       [&](CGenXMLInterface& xml) {  // the file is no longer well-formed
-        std::ofstream(path, std::ios::binary) << "<a><b></a>";
+        Temp().Write(std::filesystem::path(path).filename().string(), "<a><b></a>");
         int nSize = 0;
         EXPECT_THROW(xml.PreParseForSize(nSize), xercesc::SAXParseException);
       },
@@ -279,7 +276,7 @@ TEST(FailureTest, AfterAFailedMeasurementPackingWritesNothing) {
       },
   };
   for (const auto& fail : failures) {
-    std::ofstream(path, std::ios::binary) << kWorkedExample;
+    Temp().Write(std::filesystem::path(path).filename().string(), kWorkedExample);
     CGenXMLInterface xml(CString(path.c_str()), 0, CString());
     int nSize = 0;
     xml.PreParseForSize(nSize);
