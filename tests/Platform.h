@@ -2,11 +2,6 @@
 // the platform's own declare the Windows types differently.
 #pragma once
 
-#include <string>
-
 // Loading and unloading a shared library, as a host does.
 void* OpenSharedLibrary(const char* path);
 bool CloseSharedLibrary(void* handle);
-
-// Writes a file whose name is UTF-8 text, whatever letters it holds.
-bool WriteNamedFile(const std::string& path, const std::string& bytes);

@@ -15,28 +15,30 @@ inline std::string Utf8(const CString& s) { return CW2A(s.GetString()).str(); }
 
 using Units = std::map<int, std::vector<std::string>>;
 
+inline std::vector<std::string> Strings(const CStringArray& array) {
+  std::vector<std::string> strings;
+  for (INT_PTR i = 0; i < array.GetSize(); i++) strings.push_back(Utf8(array[i]));
+  return strings;
+}
+
 // A unit's variants as "language|segment|note".
 inline std::string Variant(const CTmxTUV& t) {
   return Utf8(t.m_strLanguage) + "|" + Utf8(t.m_strSegment) + "|" + Utf8(t.m_strNote);
 }
 
+// A document in a memory file, as a host hands one to the engine.
+struct MemoryTmx {
+  explicit MemoryTmx(std::string bytes)
+      : text(std::move(bytes)), file(reinterpret_cast<BYTE*>(text.data()), static_cast<UINT>(text.size())) {}
+  std::string text;
+  CMemFile file;
+};
 
 // An engine that has parsed the given TMX text from a memory file.
-class ParsedTmx {
- public:
-  explicit ParsedTmx(std::string text)
-      : m_text(std::move(text)),
-        m_file(reinterpret_cast<BYTE*>(m_text.data()), static_cast<UINT>(m_text.size())),
-        engine(CString(), &m_file, nullptr) {
-    engine.SearchTmxForLanguages(nullptr);
-  }
-
- private:
-  std::string m_text;
-  CMemFile m_file;
-
- public:
-  CTmxParseEngine engine;
+struct ParsedTmx {
+  explicit ParsedTmx(std::string text) : source(std::move(text)) { engine.SearchTmxForLanguages(nullptr); }
+  MemoryTmx source;
+  CTmxParseEngine engine{CString(), &source.file, nullptr};
 };
 
 // A map made and released through the engine, as a host does.
@@ -71,11 +73,10 @@ class UnitMap {
 // multilingual rules without one. Keys rise in document order.
 inline Units StreamedUnits(const std::string& text, LPCTSTR pszFirst = nullptr,
                            LPCTSTR pszSecond = nullptr, bool* pResult = nullptr) {
-  std::string bytes = text;
-  CMemFile file(reinterpret_cast<BYTE*>(bytes.data()), static_cast<UINT>(bytes.size()));
+  MemoryTmx source(text);
   auto reader = pszFirst ? std::make_unique<CTmxUnitReader>(CString(pszFirst), CString(pszSecond))
                          : std::make_unique<CTmxUnitReader>();
-  reader->Open(&file);
+  reader->Open(&source.file);
   Units units;
   while (reader->ReadNextUnit()) {
     EXPECT_TRUE(units.empty() || reader->GetKey() > units.rbegin()->first) << "keys out of document order";

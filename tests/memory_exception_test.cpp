@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <fstream>
 #include <functional>
 #include <new>
 
@@ -13,26 +12,19 @@
 #include <xercesc/util/OutOfMemoryException.hpp>
 
 #include "quillon/GenXMLInterface.h"
-#include "quillon/TmxParseEngine.h"
-#include "quillon/TmxUnitReader.h"
+#include "tests/Files.h"
+#include "tests/TmxTestSupport.h"
 
 namespace {
 
 long g_nAllocationsLeft = -1;  // that succeed before one fails; -1 for all
 
-std::string ReadFile(const char* path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
 const std::string kTmxPath = QUILLON_EXAMPLES "/sample.tmx";
 const std::string kXmlPath = QUILLON_EXAMPLES "/sample.xml";
 
-// Runs operation with the n-th allocation failing, for n = 0, 1, 2, ... until it completes;
-// returns how many runs failed. Anything but the memory exception and the parser's own
-// exceptions fails the test.
+// Fails each allocation of the operation in turn; returns how many runs an allowed exception ended.
 int FailEachAllocationInTurn(const std::function<void()>& operation) {
-  int nRaised = 0;  // runs that an allowed exception ended
+  int nRaised = 0;
   for (long n = 0;; n++) {
     bool bDone = false;
     g_nAllocationsLeft = n;
@@ -54,54 +46,25 @@ int FailEachAllocationInTurn(const std::function<void()>& operation) {
   }
 }
 
-class ParsedEngine {
- public:
-  ParsedEngine() : m_text(ReadFile(kTmxPath.c_str())), m_file(Bytes(), static_cast<UINT>(m_text.size())) {
-    engine.SearchTmxForLanguages(nullptr);
-    engine.m_strFirstLanguage = _T("en-US");
-    engine.m_strSecondLanguage = _T("de-DE");
-    engine.CreateMapObject(pMap);
-  }
-  ~ParsedEngine() {
-    engine.DeleteMapObject(pMap);
-    delete pMap;
-  }
-  BYTE* Bytes() { return reinterpret_cast<BYTE*>(m_text.data()); }
-  UINT Size() const { return static_cast<UINT>(m_text.size()); }
-
- private:
-  std::string m_text;
-  CMemFile m_file;
-
- public:
-  CTmxParseEngine engine{CString(), &m_file, nullptr};
-  TmxUnitMap* pMap = nullptr;
-};
-
-TEST(MemoryExceptionTest, EngineOperationsRaiseOnlyTheMemoryException) {
-  ParsedEngine parsed;
+TEST(MemoryExceptionTest, EveryExportedOperationRaisesOnlyTheMemoryException) {
+  ParsedTmx parsed(ReadFile(kTmxPath));
+  parsed.engine.m_strFirstLanguage = _T("en-US");
+  parsed.engine.m_strSecondLanguage = _T("de-DE");
+  UnitMap map(parsed.engine);
+  MemoryTmx source(ReadFile(kTmxPath));
+  CGenXMLInterface measured(CString(kXmlPath.c_str()), 0, CString());
+  int nSize = 0;
+  measured.PreParseForSize(nSize);
+  std::vector<unsigned char> image(static_cast<size_t>(nSize));
+  CTmxElementAddressAndTUVArray units;
+  CArray<CString, const CString&> strings;
   const std::pair<const char*, std::function<void()>> operations[] = {
-      {"constructor with a path", [] { CTmxParseEngine engine(CString(kTmxPath.c_str()), nullptr, nullptr); }},
-      {"constructor with a memory file",
-       [] {
-         CMemFile file;
-         CTmxParseEngine engine(CString(), &file, nullptr);
-       }},
-      {"languages from a path",
-       [] {
-         CTmxParseEngine engine(CString(kTmxPath.c_str()), nullptr, nullptr);
-         CStringArray languages;
-         engine.SearchTmxForLanguages(&languages);
-       }},
-      {"languages from a memory file",
-       [&] {
-         CMemFile file(parsed.Bytes(), parsed.Size());
-         CTmxParseEngine engine(CString(), &file, nullptr);
-         CStringArray languages;
-         engine.SearchTmxForLanguages(&languages);
-       }},
-      {"bilingual build", [&] { parsed.engine.CreateDataStructures(*parsed.pMap); }},
-      {"multilingual build", [&] { parsed.engine.CreateMultilingualDataStructures(*parsed.pMap); }},
+      {"languages from a path (constructor too)",
+       [] { CTmxParseEngine(CString(kTmxPath.c_str()), nullptr, nullptr).SearchTmxForLanguages(nullptr); }},
+      {"languages from a memory file (constructor too)",
+       [&] { CTmxParseEngine(CString(), &source.file, nullptr).SearchTmxForLanguages(nullptr); }},
+      {"bilingual build", [&] { parsed.engine.CreateDataStructures(*map); }},
+      {"multilingual build", [&] { parsed.engine.CreateMultilingualDataStructures(*map); }},
       {"streamed units",
        [] {
          CTmxUnitReader reader(CString(_T("en-US")), CString(_T("de-DE")));
@@ -109,68 +72,38 @@ TEST(MemoryExceptionTest, EngineOperationsRaiseOnlyTheMemoryException) {
          while (reader.ReadNextUnit()) {
          }
        }},
+      {"measurement", [&] { CGenXMLInterface(CString(kXmlPath.c_str()), 0, CString()).PreParseForSize(nSize); }},
+      {"packing", [&] { measured.ParseFileAndPackToMemory(image.data()); }},
+      {"unit array and strings, which keep what they held",
+       [&] {
+         for (INT_PTR i = units.GetSize(); i < 100; i++) units.InsertAt(0, static_cast<CTmxElementAddressAndTUV*>(nullptr));
+         for (INT_PTR i = strings.GetSize(); i < 100; i++) strings.Add(CString(_T("a fairly long string value")));
+         CTmxElementAddressAndTUVArray copy;
+         copy.Copy(units);
+         copy.Append(units);
+       }},
   };
   for (const auto& [name, operation] : operations) {
     EXPECT_GT(FailEachAllocationInTurn(operation), 0) << name;
-    parsed.engine.DeleteMapObject(parsed.pMap);  // what a failed build filed is released
+    parsed.engine.DeleteMapObject(map.pMap);  // what a failed build filed is released
   }
+  EXPECT_EQ(units.GetSize(), 100);
+  EXPECT_EQ(strings.GetSize(), 100);
 }
 
-TEST(MemoryExceptionTest, ReleasingAMapNeedsNoMemory) {
-  ParsedEngine parsed;
-  parsed.engine.CreateMultilingualDataStructures(*parsed.pMap);
-  ASSERT_GT(parsed.pMap->GetCount(), 0);
+TEST(MemoryExceptionTest, NoMemoryGivesANullMapAndReleasingOneNeedsNone) {
+  ParsedTmx parsed(ReadFile(kTmxPath));
+  TmxUnitMap* pMap = reinterpret_cast<TmxUnitMap*>(&parsed);
   g_nAllocationsLeft = 0;
-  parsed.engine.DeleteMapObject(parsed.pMap);
-  g_nAllocationsLeft = -1;
-  EXPECT_TRUE(parsed.pMap->IsEmpty());
-}
-
-TEST(MemoryExceptionTest, NoMemoryForAMapGivesANullMap) {
-  CTmxParseEngine engine(CString(_T("x.tmx")), nullptr, nullptr);
-  TmxUnitMap* pMap = reinterpret_cast<TmxUnitMap*>(&engine);
-  g_nAllocationsLeft = 0;
-  engine.CreateMapObject(pMap);
+  parsed.engine.CreateMapObject(pMap);
   g_nAllocationsLeft = -1;
   EXPECT_EQ(pMap, nullptr);
-}
-
-TEST(MemoryExceptionTest, PackerOperationsRaiseOnlyTheMemoryException) {
-  EXPECT_GT(FailEachAllocationInTurn([] {
-              CGenXMLInterface xml(CString(kXmlPath.c_str()), 0, CString());
-              int nSize = 0;
-              xml.PreParseForSize(nSize);
-            }),
-            0);
-  CGenXMLInterface xml(CString(kXmlPath.c_str()), 0, CString());
-  int nSize = 0;
-  xml.PreParseForSize(nSize);
-  std::vector<unsigned char> buffer(static_cast<size_t>(nSize));
-  EXPECT_GT(FailEachAllocationInTurn([&] { xml.ParseFileAndPackToMemory(buffer.data()); }), 0);
-}
-
-TEST(MemoryExceptionTest, ContainersRaiseAndKeepWhatTheyHeld) {
-  CTmxElementAddressAndTUVArray units;
-  CMap<int, int, int, int> map;
-  CArray<CString, const CString&> strings;
-  EXPECT_GT(FailEachAllocationInTurn([&] {
-              for (int i = map.GetCount(); i < 200; i++) map[i] = i;
-              for (INT_PTR i = strings.GetSize(); i < 200; i++) strings.Add(CString(_T("a fairly long string value")));
-              for (INT_PTR i = units.GetSize(); i < 100; i++) units.InsertAt(0, static_cast<CTmxElementAddressAndTUV*>(nullptr), 1);
-              CTmxElementAddressAndTUVArray copy;
-              copy.Copy(units);
-              copy.Append(units);
-              copy.SetSize(300);
-            }),
-            10);
-  EXPECT_EQ(map.GetCount(), 200);
-  EXPECT_EQ(strings.GetSize(), 200);
-  EXPECT_EQ(units.GetSize(), 100);
-  for (POSITION pos = map.GetStartPosition(); pos;) {
-    int key, value;
-    map.GetNextAssoc(pos, key, value);
-    EXPECT_EQ(key, value);
-  }
+  UnitMap map(parsed.engine);
+  parsed.engine.CreateMultilingualDataStructures(*map);
+  g_nAllocationsLeft = 0;
+  parsed.engine.DeleteMapObject(map.pMap);
+  g_nAllocationsLeft = -1;
+  EXPECT_TRUE(map.pMap->IsEmpty());
 }
 
 }  // namespace

@@ -16,7 +16,6 @@ using namespace xercesc;
 
 namespace {
 
-
 std::vector<std::string> calls;
 bool startThrows, initFails, allocFails;
 
@@ -61,41 +60,27 @@ class EntryPointTest : public ::testing::Test {
 
 using Calls = std::vector<std::string>;
 
-TEST_F(EntryPointTest, LoadThenUnloadStartsRegistersThenStopsAndUnregisters) {
-  EXPECT_TRUE(DllMain(kInstance, DLL_PROCESS_ATTACH, nullptr));
-  EXPECT_TRUE(Registered());
-  EXPECT_TRUE(DllMain(kInstance, DLL_PROCESS_DETACH, nullptr));
-  EXPECT_FALSE(Registered());
-  EXPECT_EQ(calls, (Calls{"start", "init", "alloc", "stop", "term"}));
-}
-
-TEST_F(EntryPointTest, PlatformStartThatThrowsStillLoads) {
-  XMLPlatformUtils::Initialize();  // the exception itself needs the platform to be made
-  startThrows = true;
-  EXPECT_TRUE(DllMain(kInstance, DLL_PROCESS_ATTACH, nullptr));
-  EXPECT_TRUE(Registered());
-  DllMain(kInstance, DLL_PROCESS_DETACH, nullptr);
+// Attach, whether it succeeds and registers the module, then detach; the steps called in all.
+TEST_F(EntryPointTest, AttachAndDetachInEachCase) {
+  const struct { const char* what; bool* pFailure; bool bAttached, bRegistered; Calls calls; } cases[] = {
+      {"load and unload", nullptr, true, true, {"start", "init", "alloc", "stop", "term"}},
+      {"a platform start that throws still loads", &startThrows, true, true, {"start", "init", "alloc", "stop", "term"}},
+      {"a failed registration fails the load", &initFails, false, false, {"start", "init", "stop", "term"}},
+      {"no memory for the library object still loads", &allocFails, true, false, {"start", "init", "alloc", "stop", "term"}},
+  };
+  XMLPlatformUtils::Initialize();  // a thrown platform exception needs the platform made
+  for (const auto& c : cases) {
+    calls.clear();
+    startThrows = initFails = allocFails = false;
+    if (c.pFailure) *c.pFailure = true;
+    EXPECT_EQ(DllMain(kInstance, DLL_PROCESS_ATTACH, nullptr), c.bAttached) << c.what;
+    EXPECT_EQ(Registered(), c.bRegistered) << c.what;
+    EXPECT_TRUE(DllMain(kInstance, DLL_PROCESS_DETACH, nullptr)) << c.what;  // the loader sends it after a failure too
+    EXPECT_FALSE(Registered()) << c.what;
+    EXPECT_EQ(calls, c.calls) << c.what;
+    ExtensionModule = {};
+  }
   XMLPlatformUtils::Terminate();
-}
-
-TEST_F(EntryPointTest, FailedRegistrationFailsTheLoadAndTheDetachPassStillWorks) {
-  initFails = true;
-  EXPECT_FALSE(DllMain(kInstance, DLL_PROCESS_ATTACH, nullptr));
-  EXPECT_TRUE(DllMain(kInstance, DLL_PROCESS_DETACH, nullptr));  // what the loader then sends
-  EXPECT_EQ(calls, (Calls{"start", "init", "stop", "term"}));
-}
-
-TEST_F(EntryPointTest, NoMemoryForTheLibraryObjectStillLoads) {
-  allocFails = true;
-  EXPECT_TRUE(DllMain(kInstance, DLL_PROCESS_ATTACH, nullptr));
-  EXPECT_FALSE(Registered());
-  DllMain(kInstance, DLL_PROCESS_DETACH, nullptr);
-}
-
-TEST_F(EntryPointTest, ThreadNotificationsDoNothing) {
-  EXPECT_TRUE(DllMain(kInstance, DLL_THREAD_ATTACH, nullptr));
-  EXPECT_TRUE(DllMain(kInstance, DLL_THREAD_DETACH, nullptr));
-  EXPECT_TRUE(calls.empty());
 }
 
 TEST_F(EntryPointTest, RawHookSetsClassChainAsideForTheModule) {

@@ -10,97 +10,73 @@ namespace {
 
 using Variants = std::vector<std::string>;
 
-Units Bilingual(const std::string& xml, LPCTSTR first, LPCTSTR second, bool* pResult = nullptr) {
-  return BuiltUnits(xml, first, second, pResult);
-}
+const std::string kUnitA = "<tu><tuv lang='en'><seg>a</seg></tuv></tu>";
+const std::string kUnitB = "<tu><tuv lang='en'><seg>b</seg></tuv></tu>";
 
-Units Multilingual(const std::string& xml, bool* pResult = nullptr) { return BuiltUnits(xml, nullptr, nullptr, pResult); }
+// A document, the units that the bilingual builder files for a language pair, and those that
+// the multilingual builder files. (Each read is checked against the streaming reader's too.)
+const struct BuilderCase {
+  const char* what;
+  std::string document;
+  LPCTSTR first, second;
+  Units bilingual, multilingual;
+} kBuilderCases[] = {
+    {"bilingual keys count every node of the chain, multilingual keys count tu elements",
+     Tmx("\n" + kUnitA + "\n<!-- c -->\n" + kUnitB + "\n"), _T("en"), _T("de"),
+     {{0, {"en|a|"}}, {4, {"en|b|"}}}, {{0, {"en|a|"}}, {1, {"en|b|"}}}},
+    {"units without variants use up keys",
+     Tmx("\n<tu/><!-- c --><tu><note>n</note></tu>\n<tu><tuv lang='en'/></tu><tu><tuv lang='en'><seg>x</seg></tuv></tu>"),
+     _T("en"), _T("de"), {{5, {"en|x|"}}}, {{3, {"en|x|"}}}},
+    {"a body without leading whitespace keeps its first unit", Tmx(kUnitA + kUnitB), _T("en"), _T(""),
+     {{0, {"en|a|"}}, {1, {"en|b|"}}}, {{0, {"en|a|"}}, {1, {"en|b|"}}}},
+    {"the worked case",
+     Tmx("\n<tu><note>N</note><tuv xml:lang='en'><seg>Hello</seg></tuv><tuv lang='de'><note>M</note><seg>Hallo</seg>"
+         "</tuv></tu>\n<tu><tuv xml:lang='fr'><seg/></tuv></tu>\n"),
+     _T("en"), _T("de"), {{0, {"en|Hello|N", "de|Hallo|N\n\nM"}}},
+     {{0, {"en|Hello|N", "de|Hallo|N\n\nM"}}, {1, {"fr||"}}}},
+    {"the pair is compared whole, ignoring ASCII case",
+     Tmx("\n<tu><tuv xml:lang='EN-us'><seg>1</seg></tuv><tuv xml:lang='de-de'><seg>2</seg></tuv><tuv xml:lang='en'>"
+         "<seg>3</seg></tuv><tuv xml:lang='de-AT'><seg>4</seg></tuv><tuv><seg>5</seg></tuv></tu>"),
+     _T("en-US"), _T("de-DE"), {{0, {"EN-us|1|", "de-de|2|"}}},
+     {{0, {"EN-us|1|", "de-de|2|", "en|3|", "de-AT|4|", "|5|"}}}},
+    {"an empty pair keeps the variants without a language", Tmx("\n<tu><tuv lang='fr'><seg>6</seg></tuv><tuv><seg>5</seg></tuv></tu>"),
+     _T(""), _T(""), {{0, {"|5|"}}}, {{0, {"fr|6|", "|5|"}}}},
+    {"names match in any case, but the bilingual body's tag must be exact; lang sorts after XML:LANG",
+     "<tmx><BODY>\n<TU><Note>n</Note><Tuv XML:LANG='en' lang='x'><SEG>s</SEG></Tuv></TU></BODY></tmx>",
+     _T("en"), _T("x"), {}, {{0, {"x|s|n"}}}},
+    {"only the first body is read", "<tmx><body>\n" + kUnitA + "</body><body>\n" + kUnitB + "</body></tmx>",
+     _T("en"), _T("de"), {{0, {"en|a|"}}}, {{0, {"en|a|"}}}},
+    {"the last non-empty note wins, and a note reaches only what follows it",
+     Tmx("\n<tu><note>u1</note><note/><tuv lang='en'><seg>a</seg><note>late</note></tuv>"
+         "<note>u2</note><tuv lang='de'><note>o1</note><note>o2</note><seg>b</seg></tuv></tu>"),
+     _T("en"), _T("de"), {{0, {"en|a|u1", "de|b|u2\n\no2"}}}, {{0, {"en|a|u1", "de|b|u2\n\no2"}}}},
+    {"a second seg of a variant has the merge applied twice",
+     Tmx("\n<tu><note>U</note><tuv lang='en'><note>O</note><seg>a</seg><seg>b</seg></tuv></tu>"), _T("en"), _T("de"),
+     {{0, {"en|a|U\n\nO", "en|b|U\n\nU\n\nO"}}}, {{0, {"en|a|U\n\nO", "en|b|U\n\nU\n\nO"}}}},
+    {"an empty seg gives a variant to the multilingual builder only", Tmx("\n<tu><tuv lang='en'><seg/></tuv></tu>"),
+     _T("en"), _T(""), {}, {{0, {"en||"}}}},
+};
 
-const char kThreeUnits[] =
-    "\n<tu><tuv lang='en'><seg>a</seg></tuv></tu>\n<tu><tuv lang='en'><seg>b</seg></tuv></tu>\n"
-    "<tu><tuv lang='en'><seg>c</seg></tuv></tu>\n";
-
-TEST(UnitKeyTest, BilingualKeysCountEveryNodeOfTheBodyChain) {
-  EXPECT_EQ(Bilingual(Tmx(kThreeUnits), _T("en"), _T("de")),
-            (Units{{0, {"en|a|"}}, {2, {"en|b|"}}, {4, {"en|c|"}}}));
-  const std::string withComment =
-      "\n<tu><tuv lang='en'><seg>a</seg></tuv></tu>\n<!-- c -->\n<tu><tuv lang='en'><seg>b</seg></tuv></tu>";
-  EXPECT_EQ(Bilingual(Tmx(withComment), _T("en"), _T("de")), (Units{{0, {"en|a|"}}, {4, {"en|b|"}}}));
-}
-
-TEST(UnitKeyTest, MultilingualKeysCountTuElementsOnlyAndEmptyUnitsUseUpKeys) {
-  const std::string body =
-      "\n<tu/><!-- c --><tu><note>n</note></tu>\n<tu><tuv lang='en'/></tu><tu><tuv lang='en'><seg>x</seg></tuv></tu>";
-  EXPECT_EQ(Multilingual(Tmx(body)), (Units{{3, {"en|x|"}}}));
-  EXPECT_EQ(Multilingual(Tmx(kThreeUnits)), (Units{{0, {"en|a|"}}, {1, {"en|b|"}}, {2, {"en|c|"}}}));
-}
-
-TEST(UnitKeyTest, BodyWithoutLeadingWhitespaceKeepsItsFirstUnit) {
-  const std::string body = "<tu><tuv lang='en'><seg>a</seg></tuv></tu><tu><tuv lang='en'><seg>b</seg></tuv></tu>";
-  const Units expected{{0, {"en|a|"}}, {1, {"en|b|"}}};
-  EXPECT_EQ(Bilingual(Tmx(body), _T("en"), _T("")), expected);
-  EXPECT_EQ(Multilingual(Tmx(body)), expected);
-}
-
-TEST(MultilingualBuilderTest, WorkedCase) {
-  const std::string body =
-      "\n<tu><note>N</note><tuv xml:lang='en'><seg>Hello</seg></tuv>"
-      "<tuv lang='de'><note>M</note><seg>Hallo</seg></tuv></tu>\n"
-      "<tu><tuv xml:lang='fr'><seg/></tuv></tu>\n";
-  EXPECT_EQ(Multilingual(Tmx(body)), (Units{{0, {"en|Hello|N", "de|Hallo|N\n\nM"}}, {1, {"fr||"}}}));
-}
-
-TEST(BilingualBuilderTest, KeepsOnlyThePairComparedWholeIgnoringAsciiCase) {
-  const std::string body =
-      "\n<tu><tuv xml:lang='EN-us'><seg>1</seg></tuv><tuv xml:lang='de-de'><seg>2</seg></tuv>"
-      "<tuv xml:lang='en'><seg>3</seg></tuv><tuv xml:lang='de-AT'><seg>4</seg></tuv><tuv><seg>5</seg></tuv></tu>"
-      "<tu><tuv lang='fr'><seg>6</seg></tuv></tu>";
-  EXPECT_EQ(Bilingual(Tmx(body), _T("en-US"), _T("de-DE")), (Units{{0, {"EN-us|1|", "de-de|2|"}}}));
-  EXPECT_EQ(Bilingual(Tmx(body), _T(""), _T("")), (Units{{0, {"|5|"}}}));
-}
-
-TEST(BuilderTest, NamesMatchInAnyCaseButBilingualBodyTagIsExact) {
-  const std::string doc =
-      "<tmx><BODY>\n<TU><Note>n</Note><Tuv XML:LANG='en' lang='x'><SEG>s</SEG></Tuv></TU></BODY></tmx>";
-  bool bResult = true;
-  EXPECT_EQ(Multilingual(doc), (Units{{0, {"x|s|n"}}}));  // lang sorts after XML:LANG, so it wins
-  EXPECT_EQ(Bilingual(doc, _T("en"), _T("x"), &bResult), Units{});
-  EXPECT_FALSE(bResult);
-}
-
-TEST(BuilderTest, OnlyTheFirstBodyIsWalked) {
-  const std::string doc =
-      "<tmx><body>\n<tu><tuv lang='en'><seg>a</seg></tuv></tu></body>"
-      "<body>\n<tu><tuv lang='en'><seg>b</seg></tuv></tu></body></tmx>";
-  EXPECT_EQ(Bilingual(doc, _T("en"), _T("de")), (Units{{0, {"en|a|"}}}));
-  EXPECT_EQ(Multilingual(doc), (Units{{0, {"en|a|"}}}));
+TEST(BuilderTest, KeysVariantsTextsAndNotesByEachRuleSet) {
+  for (const BuilderCase& c : kBuilderCases) {
+    EXPECT_EQ(BuiltUnits(c.document, c.first, c.second), c.bilingual) << c.what;
+    EXPECT_EQ(BuiltUnits(c.document), c.multilingual) << c.what;
+  }
 }
 
 TEST(BuilderTest, NoBodyOrNoDocument) {
   bool bResult = true;
-  EXPECT_EQ(Bilingual("<tmx><header/></tmx>", _T("en"), _T("de"), &bResult), Units{});
+  EXPECT_EQ(BuiltUnits("<tmx><header/></tmx>", _T("en"), _T("de"), &bResult), Units{});
   EXPECT_FALSE(bResult);
-  EXPECT_EQ(Multilingual("<tmx><header/></tmx>", &bResult), Units{});
+  BuiltUnits("<tmx><BODY/></tmx>", _T("en"), _T("de"), &bResult);
+  EXPECT_FALSE(bResult);
+  EXPECT_EQ(BuiltUnits("<tmx><header/></tmx>", nullptr, nullptr, &bResult), Units{});
   EXPECT_TRUE(bResult);
 
   CTmxParseEngine engine(CString(_T("unparsed.tmx")), nullptr, nullptr);
   UnitMap map(engine);
   EXPECT_FALSE(engine.CreateDataStructures(*map));
   EXPECT_FALSE(engine.CreateMultilingualDataStructures(*map));
-}
-
-TEST(NoteTest, LastNonEmptyWinsAndANoteReachesOnlyWhatFollowsIt) {
-  const std::string body =
-      "\n<tu><note>u1</note><note/><tuv lang='en'><seg>a</seg><note>late</note></tuv>"
-      "<note>u2</note><tuv lang='de'><note>o1</note><note>o2</note><seg>b</seg></tuv></tu>";
-  EXPECT_EQ(Multilingual(Tmx(body)), (Units{{0, {"en|a|u1", "de|b|u2\n\no2"}}}));
-}
-
-TEST(NoteTest, SecondSegOfAVariantHasTheMergeAppliedTwice) {
-  const std::string body = "\n<tu><note>U</note><tuv lang='en'><note>O</note><seg>a</seg><seg>b</seg></tuv></tu>";
-  const Units expected{{0, {"en|a|U\n\nO", "en|b|U\n\nU\n\nO"}}};
-  EXPECT_EQ(Multilingual(Tmx(body)), expected);
-  EXPECT_EQ(Bilingual(Tmx(body), _T("en"), _T("de")), expected);
 }
 
 TEST(SegmentTest, BilingualTakesWholeMixedContentMultilingualTheFirstChild) {
@@ -113,39 +89,26 @@ TEST(SegmentTest, BilingualTakesWholeMixedContentMultilingualTheFirstChild) {
   };
   for (const auto& c : cases) {
     const std::string body = std::string("\n<tu><tuv lang='en'>") + c.seg + "</tuv></tu>";
-    EXPECT_EQ(Bilingual(Tmx(body), _T("en"), _T(""))[0], Variants{std::string("en|") + c.bilingual + "|"}) << c.seg;
-    EXPECT_EQ(Multilingual(Tmx(body))[0], Variants{std::string("en|") + c.multilingual + "|"}) << c.seg;
+    EXPECT_EQ(BuiltUnits(Tmx(body), _T("en"), _T(""))[0], Variants{std::string("en|") + c.bilingual + "|"}) << c.seg;
+    EXPECT_EQ(BuiltUnits(Tmx(body))[0], Variants{std::string("en|") + c.multilingual + "|"}) << c.seg;
   }
 }
 
-TEST(SegmentTest, EmptySegGivesAVariantOnlyToTheMultilingualBuilder) {
-  const std::string body = "\n<tu><tuv lang='en'><seg/></tuv></tu>";
-  EXPECT_EQ(Bilingual(Tmx(body), _T("en"), _T("")), Units{});
-  EXPECT_EQ(Multilingual(Tmx(body)), (Units{{0, {"en||"}}}));
-}
-
-TEST(FilingTest, TwoBuildsIntoOneMapFileEveryVariantTwice) {
-  ParsedTmx tmx(Tmx("\n<tu><tuv lang='en'><seg>a</seg></tuv></tu>"));
-  tmx.engine.m_strFirstLanguage = _T("en");
-  UnitMap map(tmx.engine);
-  tmx.engine.CreateDataStructures(*map);
-  tmx.engine.CreateDataStructures(*map);
-  EXPECT_EQ(map.Units(), (Units{{0, {"en|a|", "en|a|"}}}));
-}
-
-TEST(FilingTest, NullUnitRefusesVariantsAndAUnitWithoutListGetsAFreshOne) {
-  ParsedTmx tmx(Tmx("\n<tu><tuv lang='en'><seg>a</seg></tuv></tu>\n<tu><tuv lang='en'><seg>b</seg></tuv></tu>"));
+// A map is filled as it stands: a second build adds each variant again, a key the host filed as
+// null takes nothing, a unit the host emptied with Delete gets a fresh list.
+TEST(FilingTest, BuildsAddToWhatTheMapHolds) {
+  ParsedTmx tmx(Tmx("\n" + kUnitA + "\n" + kUnitB + "\n" + kUnitB));
   UnitMap map(tmx.engine);
   (*map)[0] = nullptr;
-  auto* pEmptied = new CTmxElementAddressAndTUV;
-  pEmptied->m_nElementAddress = 1;
-  (*map)[1] = pEmptied;
+  (*map)[1] = new CTmxElementAddressAndTUV;
+  (*map)[1]->m_nElementAddress = 1;
   tmx.engine.CreateMultilingualDataStructures(*map);
-  EXPECT_EQ(map.Units(), (Units{{0, {}}, {1, {"en|b|"}}}));
+  tmx.engine.CreateMultilingualDataStructures(*map);
+  EXPECT_EQ(map.Units(), (Units{{0, {}}, {1, {"en|b|", "en|b|"}}, {2, {"en|b|", "en|b|"}}}));
 }
 
 TEST(FilingTest, TagsOnTuElementsOnlyStayReadableAndAReparseLeavesTheDocumentWhole) {
-  ParsedTmx tmx(Tmx(kThreeUnits));
+  ParsedTmx tmx(Tmx("\n" + kUnitA + "\n" + kUnitB + "\n" + kUnitA + "\n"));
   {
     UnitMap map(tmx.engine);
     tmx.engine.CreateMultilingualDataStructures(*map);
@@ -159,27 +122,6 @@ TEST(FilingTest, TagsOnTuElementsOnlyStayReadableAndAReparseLeavesTheDocumentWho
   const int* pKey = static_cast<const int*>(pUnit->getUserData(_T("TUK")));
   ASSERT_NE(pKey, nullptr);
   EXPECT_EQ(*pKey, 2);  // the counter as the build left it
-}
-
-TEST(UnitMapTest, HostIteratesUnitsInTheMapsHashOrder) {
-  std::string body = "\n";
-  for (int i = 0; i < 40; i++) body += "<tu><tuv lang='en'><seg>s</seg></tuv></tu>";
-  ParsedTmx tmx(Tmx(body));
-  UnitMap map(tmx.engine);
-  tmx.engine.CreateMultilingualDataStructures(*map);
-  std::vector<int> got;
-  for (POSITION pos = map.pMap->GetStartPosition(); pos;) {
-    int key;
-    CTmxElementAddressAndTUV* pUnit;
-    map.pMap->GetNextAssoc(pos, key, pUnit);
-    EXPECT_EQ(pUnit->m_nElementAddress, key);
-    got.push_back(key);
-  }
-  std::vector<int> expected;  // buckets ascending, later keys first within a bucket
-  for (UINT bucket = 0; bucket < 17; bucket++)
-    for (int key = 39; key >= 0; key--)
-      if (HashKey<int>(key) % 17 == bucket) expected.push_back(key);
-  EXPECT_EQ(got, expected);
 }
 
 // A host's own unit class, which notes the order of destruction and what the map holds then.
@@ -215,21 +157,6 @@ TEST(UnitMapTest, DeleteMapObjectDestroysInTheMapsOrderAndNullsEachValue) {
   delete pMap;
 }
 
-TEST(UnitTest, CopiesShareTheListAndDeleteIsIdempotent) {
-  CTmxElementAddressAndTUV unit;
-  EXPECT_EQ(unit.m_nElementAddress, -1);
-  unit.Delete();
-  unit.m_nElementAddress = 7;
-  unit.m_pTuvList = new TmxTuvList;
-  CTmxElementAddressAndTUV copy(unit);
-  EXPECT_EQ(copy.m_nElementAddress, 7);
-  EXPECT_EQ(copy.m_pTuvList, unit.m_pTuvList);
-  copy.m_pTuvList = nullptr;  // only one owner may destroy the shared list
-  unit.Delete();
-  unit.Delete();
-  EXPECT_EQ(unit.m_pTuvList, nullptr);
-}
-
 TEST(UnitArrayTest, LookupFindsTheLowestIndexAndTheArrayOwnsItsUnits) {
   CTmxElementAddressAndTUVArray array;
   EXPECT_EQ(array.Lookup(3), -1);
@@ -244,7 +171,7 @@ TEST(UnitArrayTest, LookupFindsTheLowestIndexAndTheArrayOwnsItsUnits) {
   EXPECT_EQ(array.Lookup(4), -1);
 }  // the sanitizer build checks that the units and lists are freed
 
-TEST(UnitArrayTest, SerializeStoresCountAndRawPointersAndShortArchiveRaises) {
+TEST(UnitArrayTest, SerializeStoresTheCountAndRawPointers) {
   CArray<CTmxElementAddressAndTUV*, CTmxElementAddressAndTUV*> out;
   CTmxElementAddressAndTUV a, b;
   out.Add(&a);
@@ -261,20 +188,7 @@ TEST(UnitArrayTest, SerializeStoresCountAndRawPointersAndShortArchiveRaises) {
     CArchive ar(&file, CArchive::load);
     in.Serialize(ar);
   }
-  ASSERT_EQ(in.GetSize(), 2);
-  EXPECT_EQ(in[0], &a);
-  EXPECT_EQ(in[1], &b);
-
-  BYTE shortArchive[] = {3, 0, 1, 2, 3};
-  CMemFile cut(shortArchive, sizeof shortArchive);
-  CArchive ar(&cut, CArchive::load);
-  try {
-    in.Serialize(ar);
-    ADD_FAILURE() << "no exception";
-  } catch (CArchiveException* e) {
-    EXPECT_EQ(e->m_cause, CArchiveException::endOfFile);
-    e->Delete();
-  }
+  EXPECT_TRUE(in.GetSize() == 2 && in[0] == &a && in[1] == &b);
 }
 
 TEST(VariantTest, DumpWritesLanguageTabAndQuotedSegment) {

@@ -7,7 +7,6 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "quillon/TmxParseEngine.h"
 #include "quillon/TmxUnitReader.h"
@@ -15,55 +14,51 @@
 
 namespace {
 
-using Units = std::map<int, std::vector<std::basic_string<TCHAR>>>;
+typedef std::basic_string<TCHAR> Text;
+typedef std::map<int, Text> Units;  // a unit's variants, each "language|segment|note|"
 
-std::basic_string<TCHAR> Text(const CTmxTUV& t) {
-  return std::basic_string<TCHAR>(t.m_strLanguage) + _T('|') + t.m_strSegment.GetString() + _T('|') + t.m_strNote.GetString();
+void Add(Units& units, int nKey, const CTmxTUV& t) {
+  for (const CString* pField : {&t.m_strLanguage, &t.m_strSegment, &t.m_strNote}) (units[nKey] += *pField) += _T('|');
 }
 
+// What a read gives: the exception that ended it, else each rule set's units and result, and the
+// languages.
 struct Reading {
-  std::string error;  // the exception that ended the read, if any
-  Units bilingual, multilingual;
-  bool bBilingualResult = false, bMultilingualResult = false;
-  std::vector<std::basic_string<TCHAR>> languages;
+  std::string error;
+  Units units[2];  // bilingual, multilingual
+  bool bResults[2] = {};
+  Text languages;
+  bool operator==(const Reading&) const = default;
 };
 
-Units MapUnits(TmxUnitMap& map) {
-  Units units;
-  for (POSITION pos = map.GetStartPosition(); pos;) {
-    int key;
-    CTmxElementAddressAndTUV* pUnit;
-    map.GetNextAssoc(pos, key, pUnit);
-    for (INT_PTR i = 0; i < pUnit->m_pTuvList->GetSize(); i++) units[key].push_back(Text(*(*pUnit->m_pTuvList)[i]));
-  }
-  return units;
-}
-
-void Build(CTmxParseEngine& engine, bool bBilingual, Units& units, bool& bResult) {
+void Build(CTmxParseEngine& engine, Reading& dom, int nRules) {
   TmxUnitMap* pMap = nullptr;
   engine.CreateMapObject(pMap);
-  bResult = bBilingual ? engine.CreateDataStructures(*pMap) : engine.CreateMultilingualDataStructures(*pMap);
-  units = MapUnits(*pMap);
-  if (!bBilingual) engine.CreateMultilingualDataStructures(*pMap);  // a second build into the same map
+  dom.bResults[nRules] = nRules == 0 ? engine.CreateDataStructures(*pMap) : engine.CreateMultilingualDataStructures(*pMap);
+  for (POSITION pos = pMap->GetStartPosition(); pos;) {
+    int nKey;
+    CTmxElementAddressAndTUV* pUnit;
+    pMap->GetNextAssoc(pos, nKey, pUnit);
+    for (INT_PTR i = 0; i < pUnit->m_pTuvList->GetSize(); i++) Add(dom.units[nRules], nKey, *(*pUnit->m_pTuvList)[i]);
+  }
+  if (nRules == 1) engine.CreateMultilingualDataStructures(*pMap);  // a second build into the same map
   engine.DeleteMapObject(pMap);
   delete pMap;
 }
 
-// The bilingual rules for a pair, the multilingual rules for none.
-void Stream(CMemFile& file, const CStringArray* pPair, Units& units, bool& bResult) {
-  auto pReader = pPair ? std::make_unique<CTmxUnitReader>((*pPair)[0], (*pPair)[1]) : std::make_unique<CTmxUnitReader>();
-  CTmxUnitReader& reader = *pReader;
-  Safety().Apply(reader.GetParser());
-  reader.Open(&file);
-  while (reader.ReadNextUnit())
-    for (INT_PTR i = 0; i < reader.GetVariantCount(); i++) units[reader.GetKey()].push_back(Text(reader.GetVariant(i)));
-  bResult = reader.GetResult();
+void Stream(CMemFile& file, const CStringArray& pair, Reading& stream, int nRules) {
+  auto pReader = nRules == 0 ? std::make_unique<CTmxUnitReader>(pair[0], pair[1]) : std::make_unique<CTmxUnitReader>();
+  Safety().Apply(pReader->GetParser());
+  pReader->Open(&file);
+  while (pReader->ReadNextUnit())
+    for (INT_PTR i = 0; i < pReader->GetVariantCount(); i++) Add(stream.units[nRules], pReader->GetKey(), pReader->GetVariant(i));
+  stream.bResults[nRules] = pReader->GetResult();
 }
 
-[[noreturn]] void Differ(const char* what, const std::string& dom, const std::string& stream) {
-  std::fprintf(stderr, "the stream differs from the engine in %s\n  engine: %s\n  stream: %s\n", what, dom.c_str(),
-               stream.c_str());
-  std::abort();
+Text Joined(const CStringArray& languages) {
+  Text text;
+  for (INT_PTR i = 0; i < languages.GetSize(); i++) (text += languages[i]) += _T('|');
+  return text;
 }
 
 }  // namespace
@@ -72,8 +67,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   CMemFile file(const_cast<BYTE*>(data), static_cast<UINT>(size));
   Reading dom, stream;
   CStringArray languages, pair;
-  pair.Add(CString());
-  pair.Add(CString());
+  pair.SetSize(2);
   dom.error = FailureOf([&] {
     CTmxParseEngine engine(CString(), &file, nullptr);
     Safety().Apply(&engine.m_parser);
@@ -81,26 +75,24 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (INT_PTR i = 0; i < languages.GetSize() && i < 2; i++) pair[i] = languages[i];
     engine.m_strFirstLanguage = pair[0];
     engine.m_strSecondLanguage = pair[1];
-    Build(engine, true, dom.bilingual, dom.bBilingualResult);
-    Build(engine, false, dom.multilingual, dom.bMultilingualResult);
+    Build(engine, dom, 0);
+    Build(engine, dom, 1);
   });
-  for (INT_PTR i = 0; i < languages.GetSize(); i++) dom.languages.push_back(languages[i].GetString());
-
+  dom.languages = Joined(languages);
   stream.error = FailureOf([&] {
-    Stream(file, &pair, stream.bilingual, stream.bBilingualResult);
-    Stream(file, nullptr, stream.multilingual, stream.bMultilingualResult);
+    Stream(file, pair, stream, 0);
+    Stream(file, pair, stream, 1);
     CTmxUnitReader reader;
     Safety().Apply(reader.GetParser());
     reader.Open(&file);
     CStringArray streamed;
     reader.ReadLanguages(&streamed);
-    for (INT_PTR i = 0; i < streamed.GetSize(); i++) stream.languages.push_back(streamed[i].GetString());
+    stream.languages = Joined(streamed);
   });
-  if (stream.error != dom.error) Differ("how the read ended", dom.error, stream.error);
-  if (!dom.error.empty()) return 0;
-  if (stream.bilingual != dom.bilingual || stream.multilingual != dom.multilingual ||
-      stream.bBilingualResult != dom.bBilingualResult || stream.bMultilingualResult != dom.bMultilingualResult ||
-      stream.languages != dom.languages)
-    Differ("what was read", "", "");
+  if (stream.error != dom.error || (dom.error.empty() && !(stream == dom))) {
+    std::fprintf(stderr, "the stream differs from the engine\n  engine: %s\n  stream: %s\n", dom.error.c_str(),
+                 stream.error.c_str());
+    std::abort();
+  }
   return 0;
 }
