@@ -119,8 +119,9 @@ void AddExportCommand(CLI::App& app, PendingRun& pending, ParserSafety& safety) 
   cmd->add_option("--format", options->format, "jsonl (default): a unit a line, as `units --json` has it; "
                                                 "tsv: a variant a line, as `units` prints it; moses: PREFIX.FIRST "
                                                 "and PREFIX.SECOND, a segment a line (needs --pair and -o)")
-      ->check(CLI::IsMember({"jsonl", "tsv", "moses"}));
-  cmd->add_option("-o", options->output, "Write to this file (for moses, this prefix) instead of standard output");
+      ->type_name("FORMAT")->check(CLI::IsMember({"jsonl", "tsv", "moses"}).description(""));
+  cmd->add_option("-o", options->output, "Write to this file (for moses, this prefix) instead of standard output")
+      ->type_name("OUT");
   cmd->add_flag("--quiet", options->bQuiet, "No progress line on a terminal");
   AllowExternal(cmd, safety);
   cmd->add_option("SOURCE", options->source, "TMX file, or - for standard input")->required();

@@ -109,7 +109,8 @@ CLI::App* AddCommand(CLI::App& app, PendingRun& pending, const char* name, const
   auto options = std::make_shared<PackOptions>();
   CLI::App* cmd = app.add_subcommand(name, description);
   if (bJson) cmd->add_flag("--json", options->bJson, "Print one JSON object");
-  if (bOutput) cmd->add_option("-o", options->output, "Write the image to this file instead of standard output");
+  if (bOutput)
+    cmd->add_option("-o", options->output, "Write the image to this file instead of standard output")->type_name("OUT");
   cmd->add_option(name == std::string("dump") ? "IMAGE" : "XML", options->input, inputHelp)->required();
   cmd->callback([options, run, &pending, bOutput] {
     if (bOutput && options->output.empty() && IsTerminal(stdout))  // as compressors do

@@ -37,7 +37,7 @@ std::string UnknownWord(const CLI::App& app, const std::vector<std::string>& arg
 }  // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app{"quillon: read TMX translation memories and pack XML documents"};
+  CLI::App app{"quillon: read TMX translation memories and pack XML documents", "quillon"};
   app.formatter(std::make_shared<HelpFormatter>());
   app.set_version_flag("--version", "quillon " QUILLON_VERSION_STRING);
   app.require_subcommand(1);
@@ -45,12 +45,13 @@ int main(int argc, char** argv) {
   app.allow_windows_style_options(false);  // a path such as /tmp/x is not an option
   ParserSafety safety;
   AllowExternal(&app, safety);
-  app.footer("A SOURCE, XML or IMAGE of - is standard input. quillon COMMAND --help tells more.");
   PendingRun pending;
   AddLanguagesCommand(app, pending, safety);
   AddUnitsCommand(app, pending, safety);
   AddExportCommand(app, pending, safety);
   AddPackCommands(app, pending, safety);
+  // Set after the commands, which would otherwise inherit it.
+  app.footer("A SOURCE, XML or IMAGE of - is standard input. quillon COMMAND --help tells more.");
 
   UseBinaryStandardStreams();
   std::vector<std::string> arguments = Utf8Arguments(argc, argv);
