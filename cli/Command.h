@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -24,6 +25,13 @@ void AddPackCommands(CLI::App& app, PendingRun& pending, ParserSafety& safety);
 inline CLI::Option* AllowExternal(CLI::App* cmd, ParserSafety& safety) {
   return cmd->add_flag("--allow-external", safety.bAllowExternal,
                        "Let the parser load external DTDs and entities, without an expansion limit");
+}
+
+// --pair FIRST SECOND or --all (the default): which languages a command that reads units keeps.
+inline void AddLanguageChoice(CLI::App* cmd, std::vector<std::string>& pair) {
+  CLI::Option* pPair = cmd->add_option("--pair", pair, "Keep the variants of two languages")
+                           ->expected(2)->type_name("FIRST SECOND")->allow_extra_args(false);
+  cmd->add_flag("--all")->description("Keep every language (the default)")->excludes(pPair);
 }
 
 // The name an error line gives an input: the path as given, <stdin> for "-".

@@ -17,7 +17,6 @@ namespace {
 struct ExportOptions {
   std::string source;
   std::vector<std::string> pair;
-  bool bAll = false;
   std::string format = "jsonl";
   std::string output;
   bool bQuiet = false;
@@ -113,9 +112,7 @@ void RunExport(const ExportOptions& options, Output& out, ParserSafety& safety) 
 void AddExportCommand(CLI::App& app, PendingRun& pending, ParserSafety& safety) {
   auto options = std::make_shared<ExportOptions>();
   CLI::App* cmd = app.add_subcommand("export", "Stream the units of a TMX document of any size, in document order");
-  auto* pair = cmd->add_option("--pair", options->pair, "Keep the variants of two languages")->expected(2)
-                   ->type_name("FIRST SECOND")->allow_extra_args(false);
-  cmd->add_flag("--all", options->bAll, "Keep every language (the default)")->excludes(pair);
+  AddLanguageChoice(cmd, options->pair);
   cmd->add_option("--format", options->format, "jsonl (default): a unit a line, as `units --json` has it; "
                                                 "tsv: a variant a line, as `units` prints it; moses: PREFIX.FIRST "
                                                 "and PREFIX.SECOND, a segment a line (needs --pair and -o)")

@@ -26,8 +26,10 @@ void RequireReadable(const std::string& input) {
 
 std::vector<BYTE> ReadStandardInput() {
   std::vector<BYTE> bytes;
-  BYTE chunk[1 << 16];
-  for (size_t n; (n = std::fread(chunk, 1, sizeof chunk, stdin)) > 0;) bytes.insert(bytes.end(), chunk, chunk + n);
+  ReadStandardInput([&bytes](const BYTE* p, size_t n) {
+    bytes.insert(bytes.end(), p, p + n);
+    return true;
+  });
   return bytes;
 }
 
@@ -60,8 +62,7 @@ XmlPath::XmlPath(const std::string& input) : m_path(input) {
   std::FILE* file = CreateNewFile(m_path);
   if (file == nullptr) throw std::runtime_error("cannot spool standard input to " + m_path);
   m_bSpooled = true;
-  const std::vector<BYTE> bytes = ReadStandardInput();
-  const bool bWritten = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
+  const bool bWritten = ReadStandardInput([file](const BYTE* p, size_t n) { return std::fwrite(p, 1, n, file) == n; });
   if (std::fclose(file) != 0 || !bWritten) throw std::runtime_error("cannot spool standard input to " + m_path);
 }
 

@@ -3,6 +3,7 @@
 // a path, is spooled from standard input into a private file that is removed afterwards.
 #pragma once
 
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
@@ -39,7 +40,15 @@ class XmlPath {
   bool m_bSpooled = false;
 };
 
-// Reads all of standard input.
+// Hands standard input to take(bytes, count) a chunk at a time, while take returns true.
+template <class Take>
+bool ReadStandardInput(Take take) {
+  BYTE chunk[1 << 16];
+  for (size_t n; (n = std::fread(chunk, 1, sizeof chunk, stdin)) > 0;)
+    if (!take(chunk, n)) return false;
+  return true;
+}
+// All of standard input.
 std::vector<BYTE> ReadStandardInput();
 // UTF-16 to UTF-8.
 inline std::string Utf8(const CString& str) { return CW2A(str.GetString()).str(); }

@@ -31,22 +31,22 @@ class CountingStream : public BinInputStream {
   uint64_t& m_nBytesRead;
 };
 
-std::optional<uint64_t> RegularFileSize(int fd) {
-  struct stat st;
-  if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) return std::nullopt;
+// The size of what stat or fstat described, when it succeeded on a regular file.
+std::optional<uint64_t> RegularFileSize(int nStatResult, const struct stat& st) {
+  if (nStatResult != 0 || !S_ISREG(st.st_mode)) return std::nullopt;
   return static_cast<uint64_t>(st.st_size);
 }
 
 }  // namespace
 
 StreamInput::StreamInput(const std::string& source) {
+  struct stat st;
   if (source == "-") {
     m_pSource = std::make_unique<StdInInputSource>();
-    m_nTotalBytes = RegularFileSize(fileno(stdin));
+    m_nTotalBytes = RegularFileSize(fstat(fileno(stdin), &st), st);
   } else {
     m_pSource = std::make_unique<LocalFileInputSource>(CString(source.c_str()).GetString());
-    struct stat st;
-    if (stat(source.c_str(), &st) == 0 && S_ISREG(st.st_mode)) m_nTotalBytes = static_cast<uint64_t>(st.st_size);
+    m_nTotalBytes = RegularFileSize(stat(source.c_str(), &st), st);
   }
   setSystemId(m_pSource->getSystemId());  // the base for the document's relative references
 }

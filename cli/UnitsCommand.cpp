@@ -10,7 +10,6 @@ namespace {
 struct UnitsOptions {
   std::string source;
   std::vector<std::string> pair;
-  bool bAll = false;
   bool bJson = false;
 };
 
@@ -63,9 +62,7 @@ void RunUnits(const UnitsOptions& options, Output& out, ParserSafety& safety) {
 void AddUnitsCommand(CLI::App& app, PendingRun& pending, ParserSafety& safety) {
   auto options = std::make_shared<UnitsOptions>();
   CLI::App* cmd = app.add_subcommand("units", "Print the units of a TMX document, map order, one variant a line");
-  auto* pair = cmd->add_option("--pair", options->pair, "Keep the variants of two languages")->expected(2)
-                   ->type_name("FIRST SECOND")->allow_extra_args(false);
-  cmd->add_flag("--all", options->bAll, "Keep every language (the default)")->excludes(pair);
+  AddLanguageChoice(cmd, options->pair);
   cmd->add_flag("--json", options->bJson, "Print one JSON object");
   AllowExternal(cmd, safety);
   cmd->footer(
