@@ -7,8 +7,6 @@ namespace {
 
 size_t Length(LPCTSTR psz) { return psz ? std::char_traits<TCHAR>::length(psz) : 0; }
 
-TCHAR FoldAscii(TCHAR c) { return c >= _T('A') && c <= _T('Z') ? static_cast<TCHAR>(c + 32) : c; }
-
 }  // namespace
 
 CString::CString(LPCTSTR psz) : m_str(psz ? psz : _T("")) {}
@@ -96,16 +94,7 @@ int CString::Compare(LPCTSTR psz) const {
   return n < 0 ? -1 : n > 0 ? 1 : 0;
 }
 
-// Folds ASCII letters only, as a Unicode build of the class library compares in the C locale.
-int CString::CompareNoCase(LPCTSTR psz) const {
-  const TCHAR* a = m_str.c_str();
-  const TCHAR* b = psz ? psz : _T("");
-  for (;; a++, b++) {
-    const TCHAR ca = FoldAscii(*a), cb = FoldAscii(*b);
-    if (ca != cb) return ca < cb ? -1 : 1;
-    if (ca == 0) return 0;
-  }
-}
+int CString::CompareNoCase(LPCTSTR psz) const { return _tcsicmp(m_str.c_str(), psz ? psz : _T("")); }
 
 int CString::Find(LPCTSTR pszSub, int iStart) const {
   if (iStart < 0 || iStart > GetLength()) return -1;

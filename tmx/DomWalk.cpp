@@ -25,14 +25,15 @@ TextView TextContent(const DOMNode* pRoot, CString& composed) {
   const DOMNode* pFirst = pRoot->getFirstChild();
   if (pFirst && pFirst->getNextSibling() == nullptr && IsText(pFirst)) return View(pFirst->getNodeValue());
   composed.Empty();
-  ForEachDescendant(pRoot, [&composed](const DOMNode* pNode) {
+  WalkDepthFirst(pFirst, 1, [&composed](const DOMNode* pNode, int) {
     if (IsText(pNode)) {
       composed += pNode->getNodeValue();
-      return false;
+      return WalkStep::kSkip;
     }
     // comments and processing instructions hold no text content
     const short nType = pNode->getNodeType();
-    return nType == DOMNode::ELEMENT_NODE || nType == DOMNode::ENTITY_REFERENCE_NODE;
+    return nType == DOMNode::ELEMENT_NODE || nType == DOMNode::ENTITY_REFERENCE_NODE ? WalkStep::kDescend
+                                                                                     : WalkStep::kSkip;
   });
   return TextView(composed.GetString(), static_cast<size_t>(composed.GetLength()));
 }

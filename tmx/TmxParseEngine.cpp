@@ -74,14 +74,12 @@ bool CTmxParseEngine::SearchTmxForLanguages(CStringArray* pLanguages) {
 
   LanguageSet languages;
   if (m_pDocument)
-    ForEachDescendant(static_cast<DOMNode*>(m_pDocument), [&languages](DOMNode* pNode) {
-      if (pNode->getNodeType() != DOMNode::ELEMENT_NODE || !LanguageSet::IsVariantTag(pNode->getNodeName()))
-        return true;
-      for (LPCTSTR pszName : LanguageSet::kAttributes) {
-        const DOMNode* pAttribute = static_cast<DOMElement*>(pNode)->getAttributeNode(pszName);
-        if (pAttribute) languages.Add(AttributeValue(pAttribute));
-      }
-      return true;
+    WalkDepthFirst(m_pDocument->getFirstChild(), 1, [&languages](DOMNode* pNode, int) {
+      if (pNode->getNodeType() == DOMNode::ELEMENT_NODE && LanguageSet::IsVariantTag(pNode->getNodeName()))
+        for (LPCTSTR pszName : LanguageSet::kAttributes)
+          if (const DOMNode* pAttribute = static_cast<DOMElement*>(pNode)->getAttributeNode(pszName))
+            languages.Add(AttributeValue(pAttribute));
+      return WalkStep::kDescend;
     });
 
   if (pLanguages == nullptr) return true;

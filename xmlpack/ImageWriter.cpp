@@ -8,17 +8,18 @@
 #include <xercesc/dom/DOMDocumentType.hpp>
 #include <xercesc/dom/DOMNamedNodeMap.hpp>
 
+#include "dom/DepthFirstWalk.h"
 #include "quillon/GenXMLInterface.h"
-#include "xmlpack/TreeWalk.h"
+#include "quillon/PackedImage.h"
+#include "xmlpack/ImageText.h"
 
 using namespace xercesc;
+using namespace image_text;
+using Flag = quillon::PackedRecord::Flag;
 
 static_assert(std::endian::native == std::endian::little, "the image is little-endian: texts are copied as they are");
 
 namespace {
-
-enum Flag { IsWhitespaceText, HasChildren, IsProcessingInstruction, IsCDataSection, EntityTextValue,
-            EntityNodeValue, IsEntitiesAttribute, PreservedText };
 
 const XMLCh* OrEmpty(const XMLCh* psz) { return psz ? psz : _T(""); }
 
@@ -30,28 +31,32 @@ bool IsWhitespaceOnly(const XMLCh* psz) {
 }
 
 CString DeclarationText(const DOMDocument* pDocument) {
-  CString text(_T("<?xml version=\""));
+  CString text(kVersionOpen);
   text += pDocument->getXmlVersion();
-  text += _T('"');
+  text += kQuote;
   if (const XMLCh* pszEncoding = pDocument->getXmlEncoding(); pszEncoding && *pszEncoding) {
-    text += _T(" encoding=\"");
+    text += kEncodingOpen;
     text += pszEncoding;
-    text += _T('"');
+    text += kQuote;
   }
-  if (pDocument->getXmlStandalone()) text += _T(" standalone=\"true\"");
-  text += _T("?>");
+  if (pDocument->getXmlStandalone()) {
+    text += kStandaloneOpen;
+    text += kStandaloneWritten;
+    text += kQuote;
+  }
+  text += kDeclarationClose;
   return text;
 }
 
 CString DocumentTypeText(const DOMDocumentType* pType) {
   CString text(pType->getNodeName());
-  text += _T('\x0004');
+  text += kSystemIdMark;
   text += pType->getSystemId();
   if (const XMLCh* pszPublic = pType->getPublicId(); pszPublic && *pszPublic) {
-    text += _T('\x0003');
+    text += kPublicIdMark;
     text += pszPublic;
   }
-  text += _T('\x0004');
+  text += kSystemIdMark;
   text += pType->getInternalSubset();
   return text;
 }
@@ -79,17 +84,16 @@ bool CGenXMLInterface::PackEncodingToMemory(DOMNode* pDocument) {
 }
 
 bool CGenXMLInterface::TraverseTree(DOMNode* pRoot, int nDepth) {
-  WalkDepthFirst(pRoot, nDepth, [this, pRoot](DOMNode* pNode, int nNodeDepth, bool& bDescend) {
+  // The root is the document node, which has no siblings: the walk ends with its subtree.
+  WalkDepthFirst(pRoot, nDepth, [this](DOMNode* pNode, int nNodeDepth) {
     switch (pNode->getNodeType()) {
       case DOMNode::DOCUMENT_NODE:
         PackNodeToMemory(pNode, nNodeDepth, false, true, false);
         PackXMLDeclToMemory(static_cast<DOMDocument*>(pNode), nNodeDepth, false, true, false);
-        bDescend = true;
-        break;
+        return WalkStep::kDescend;
       case DOMNode::ELEMENT_NODE:
         PackElementToMemory(pNode, nNodeDepth);
-        bDescend = true;
-        break;
+        return WalkStep::kDescend;
       case DOMNode::TEXT_NODE:
       case DOMNode::CDATA_SECTION_NODE:
       case DOMNode::ENTITY_REFERENCE_NODE:
@@ -97,11 +101,10 @@ bool CGenXMLInterface::TraverseTree(DOMNode* pRoot, int nDepth) {
       case DOMNode::COMMENT_NODE:
       case DOMNode::DOCUMENT_TYPE_NODE:
         PackNodeToMemory(pNode, nNodeDepth, false, true, false);
-        break;
+        return WalkStep::kSkip;
       default:  // attributes, entities, notations and fragments get no record
-        break;
+        return WalkStep::kSkip;
     }
-    return pNode == pRoot ? nullptr : pNode->getNextSibling();
   });
   return true;
 }
@@ -134,27 +137,27 @@ bool CGenXMLInterface::PackNodeToMemory(DOMNode* pNode, int nDepth, bool, bool b
   BYTE flags[8] = {};
   switch (pNode->getNodeType()) {
     case DOMNode::DOCUMENT_TYPE_NODE:
-      pszName = _T("#XmlDocTypeNode");
+      pszName = kDocumentTypeName;
       composedValue = DocumentTypeText(static_cast<DOMDocumentType*>(pNode));
       pszValue = composedValue;
       break;
     case DOMNode::ENTITY_REFERENCE_NODE:
-      composedName = CString(_T("&")) + pszName + CString(_T(";"));
+      composedName = CString(kEntityOpen) + pszName + CString(kEntityClose);
       pszName = composedName;
       if (const DOMNode* pFirst = pNode->getFirstChild()) {
         const bool bText = pFirst->getNodeType() == DOMNode::TEXT_NODE;
         pszValue = OrEmpty(bText ? pFirst->getNodeValue() : pFirst->getNodeName());
-        flags[bText ? EntityTextValue : EntityNodeValue] = 1;
+        flags[bText ? Flag::EntityTextValue : Flag::EntityNodeValue] = 1;
       }
       break;
     case DOMNode::PROCESSING_INSTRUCTION_NODE:
-      flags[IsProcessingInstruction] = 1;
+      flags[Flag::IsProcessingInstruction] = 1;
       break;
     case DOMNode::CDATA_SECTION_NODE:
-      flags[IsCDataSection] = 1;
+      flags[Flag::IsCDataSection] = 1;
       break;
     case DOMNode::ATTRIBUTE_NODE:
-      flags[IsEntitiesAttribute] = QueryValidator(pNode) == _T("ENTITY(IES)");
+      flags[Flag::IsEntitiesAttribute] = QueryValidator(pNode) == _T("ENTITY(IES)");
       nDepth = -1;
       break;
     default:
@@ -162,14 +165,14 @@ bool CGenXMLInterface::PackNodeToMemory(DOMNode* pNode, int nDepth, bool, bool b
   }
   if (XMLString::equals(pszName, _T("#text"))) {
     if (IsWhitespaceOnly(pszValue)) {
-      flags[IsWhitespaceText] = 1;
+      flags[Flag::IsWhitespaceText] = 1;
     } else if (m_bPreserveSpace) {
       m_bPreserveSpace = false;
       bPreserve = true;
     }
   }
-  flags[PreservedText] = bPreserve && !m_bPreserveSpace;
-  flags[HasChildren] = bHasChildren;
+  flags[Flag::PreservedText] = bPreserve && !m_bPreserveSpace;
+  flags[Flag::HasChildren] = bHasChildren;
   WriteRecord(pszName, pszValue, nDepth, flags);
   return true;
 }
@@ -177,9 +180,9 @@ bool CGenXMLInterface::PackNodeToMemory(DOMNode* pNode, int nDepth, bool, bool b
 bool CGenXMLInterface::PackXMLDeclToMemory(DOMDocument* pDocument, int nDepth, bool, bool bHasChildren,
                                            bool bPreserve) {
   BYTE flags[8] = {};
-  flags[HasChildren] = bHasChildren;
-  flags[PreservedText] = bPreserve && !m_bPreserveSpace;
-  WriteRecord(_T("#xmldecl"), DeclarationText(pDocument), nDepth, flags);
+  flags[Flag::HasChildren] = bHasChildren;
+  flags[Flag::PreservedText] = bPreserve && !m_bPreserveSpace;
+  WriteRecord(kDeclarationName, DeclarationText(pDocument), nDepth, flags);
   return true;
 }
 

@@ -7,10 +7,12 @@
 #include <xercesc/dom/DOMDocumentType.hpp>
 #include <xercesc/dom/DOMNamedNodeMap.hpp>
 
+#include "dom/DepthFirstWalk.h"
 #include "quillon/GenXMLInterface.h"
-#include "xmlpack/TreeWalk.h"
+#include "xmlpack/ImageText.h"
 
 using namespace xercesc;
+using namespace image_text;
 
 namespace {
 
@@ -29,22 +31,25 @@ void CGenXMLInterface::CountNode(long long nTextBytes) {
 
 void CGenXMLInterface::EvaluateTree(int, DOMNode* pNode) {
   if (pNode == nullptr) return;
-  if (XMLString::equals(pNode->getNodeName(), _T("#document"))) {
-    // Name and (null) value, then "#document" once more: what pays for the declaration's name.
-    CountNode(Bytes(TextLength(pNode->getNodeName())) + Bytes(TextLength(pNode->getNodeValue())) + Bytes(9));
+  if (XMLString::equals(pNode->getNodeName(), kDocumentName)) {
+    // Name and (null) value, then the name once more: what pays for the declaration's name.
+    CountNode(Bytes(TextLength(pNode->getNodeName())) + Bytes(TextLength(pNode->getNodeValue())) +
+              Bytes(Length(kDocumentName)));
     Xml_Decl_Node(pNode);
   }
-  WalkDepthFirst(pNode->getFirstChild(), 0, [this](DOMNode* pChild, int, bool& bDescend) {
+  // Each handler returns the node's next sibling, which the walk goes on with.
+  WalkDepthFirst(pNode->getFirstChild(), 0, [this](DOMNode* pChild, int) {
     CountSpecifiedAttributes(pChild);
     switch (pChild->getNodeType()) {
       case DOMNode::DOCUMENT_TYPE_NODE:
-        bDescend = true;
-        return Document_Type_Node(pChild);
+        Document_Type_Node(pChild);
+        return WalkStep::kDescend;
       case DOMNode::ENTITY_REFERENCE_NODE:
-        return Entity_Reference_Node(pChild);
+        Entity_Reference_Node(pChild);
+        return WalkStep::kSkip;
       default:
-        bDescend = true;
-        return Other_Node(pChild);
+        Other_Node(pChild);
+        return WalkStep::kDescend;
     }
   });
 }
@@ -60,15 +65,14 @@ void CGenXMLInterface::CountSpecifiedAttributes(DOMNode* pNode) {
   }
 }
 
-// The declaration's text is only measured. The encoding counts twice: its second copy pays
-// for the image's head. The measured standalone value is "false", one unit longer than "true".
+// The declaration's text is only measured (see ImageText.h).
 DOMNode* CGenXMLInterface::Xml_Decl_Node(DOMNode* pDocument) {
   const auto* pDoc = static_cast<const DOMDocument*>(pDocument);
   const long long nEncoding = TextLength(pDoc->getXmlEncoding());
-  long long nLength = 15 + TextLength(pDoc->getXmlVersion()) + 1;
-  if (nEncoding > 0) nLength += 11 + 2 * nEncoding + 1;
-  if (pDoc->getXmlStandalone()) nLength += 13 + 5 + 1;
-  nLength += 2;
+  long long nLength = Length(kVersionOpen) + TextLength(pDoc->getXmlVersion()) + Length(kQuote);
+  if (nEncoding > 0) nLength += Length(kEncodingOpen) + 2 * nEncoding + Length(kQuote);
+  if (pDoc->getXmlStandalone()) nLength += Length(kStandaloneOpen) + Length(kStandaloneMeasured) + Length(kQuote);
+  nLength += Length(kDeclarationClose);
   CountNode(Bytes(nLength));
   return pDocument->getNextSibling();
 }
@@ -76,14 +80,15 @@ DOMNode* CGenXMLInterface::Xml_Decl_Node(DOMNode* pDocument) {
 DOMNode* CGenXMLInterface::Document_Type_Node(DOMNode* pNode) {
   const auto* pType = static_cast<const DOMDocumentType*>(pNode);
   const long long nPublic = TextLength(pType->getPublicId());
-  const long long nText = TextLength(pNode->getNodeName()) + 1 + TextLength(pType->getSystemId()) +
-                          (nPublic > 0 ? 1 + nPublic : 0) + 1 + TextLength(pType->getInternalSubset());
-  CountNode(Bytes(15) + Bytes(nText));
+  const long long nText = TextLength(pNode->getNodeName()) + Length(kSystemIdMark) + TextLength(pType->getSystemId()) +
+                          (nPublic > 0 ? Length(kPublicIdMark) + nPublic : 0) + Length(kSystemIdMark) +
+                          TextLength(pType->getInternalSubset());
+  CountNode(Bytes(Length(kDocumentTypeName)) + Bytes(nText));
   return pNode->getNextSibling();
 }
 
 // The text is the first child's value if it is text, else its name followed by the names and
-// values of its children; two units more pay for the "&" and ";" around the name.
+// values of its children, with room for the marks around the name.
 DOMNode* CGenXMLInterface::Entity_Reference_Node(DOMNode* pNode) {
   long long nText = 0;
   if (const DOMNode* pFirst = pNode->getFirstChild()) {
@@ -95,7 +100,7 @@ DOMNode* CGenXMLInterface::Entity_Reference_Node(DOMNode* pNode) {
         nText += TextLength(pChild->getNodeName()) + TextLength(pChild->getNodeValue());
     }
   }
-  CountNode(Bytes(TextLength(pNode->getNodeName())) + Bytes(nText + 2));
+  CountNode(Bytes(TextLength(pNode->getNodeName())) + Bytes(nText + Length(kEntityOpen) + Length(kEntityClose)));
   return pNode->getNextSibling();
 }
 

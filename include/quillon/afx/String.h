@@ -5,6 +5,22 @@
 
 #include "Object.h"
 
+// The C runtime's comparison ignoring case, as it compares in the C locale: ASCII letters only (é
+// and É differ). CString::CompareNoCase is made of it, as the class library's is.
+#if defined(_WIN32)
+#include <wchar.h>
+#define _tcsicmp _wcsicmp
+#else
+inline int _tcsicmp(LPCTSTR a, LPCTSTR b) {
+  for (;; a++, b++) {
+    const TCHAR ca = *a >= 'A' && *a <= 'Z' ? static_cast<TCHAR>(*a + 32) : *a;
+    const TCHAR cb = *b >= 'A' && *b <= 'Z' ? static_cast<TCHAR>(*b + 32) : *b;
+    if (ca != cb) return ca < cb ? -1 : 1;
+    if (ca == 0) return 0;
+  }
+}
+#endif
+
 // Storage of the class library's strings: like all its storage, it raises the memory exception.
 template <class T>
 struct CAfxAllocator {
