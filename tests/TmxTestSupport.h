@@ -10,6 +10,7 @@
 
 #include "quillon/TmxParseEngine.h"
 #include "quillon/TmxUnitReader.h"
+#include "tests/fuzz/FuzzSupport.h"
 
 inline std::string Utf8(const CString& s) { return CW2A(s.GetString()).str(); }
 
@@ -71,18 +72,18 @@ class UnitMap {
 
 // The units that the streaming reader delivers, with the bilingual rules for a pair and the
 // multilingual rules without one. Keys rise in document order.
-inline Units StreamedUnits(const std::string& text, LPCTSTR pszFirst = nullptr,
-                           LPCTSTR pszSecond = nullptr, bool* pResult = nullptr) {
+inline Units StreamedUnits(const std::string& text, LPCTSTR pszFirst = nullptr, LPCTSTR pszSecond = nullptr,
+                           bool* pResult = nullptr, ReadStyle style = ReadStyle::kStep) {
   MemoryTmx source(text);
   auto reader = pszFirst ? std::make_unique<CTmxUnitReader>(CString(pszFirst), CString(pszSecond))
                          : std::make_unique<CTmxUnitReader>();
   reader->Open(&source.file);
   Units units;
-  while (reader->ReadNextUnit()) {
-    EXPECT_TRUE(units.empty() || reader->GetKey() > units.rbegin()->first) << "keys out of document order";
-    auto& variants = units[reader->GetKey()];
-    for (INT_PTR i = 0; i < reader->GetVariantCount(); i++) variants.push_back(Variant(reader->GetVariant(i)));
-  }
+  ReadInStyle(*reader, style, [&units](const CTmxUnitReader& unit) {
+    EXPECT_TRUE(units.empty() || unit.GetKey() > units.rbegin()->first) << "keys out of document order";
+    auto& variants = units[unit.GetKey()];
+    for (INT_PTR i = 0; i < unit.GetVariantCount(); i++) variants.push_back(Variant(unit.GetVariant(i)));
+  });
   if (pResult) *pResult = reader->GetResult();
   return units;
 }
@@ -100,9 +101,12 @@ inline Units BuiltUnits(const std::string& text, LPCTSTR pszFirst = nullptr,
   } else {
     bResult = tmx.engine.CreateMultilingualDataStructures(*map);
   }
-  bool bStreamResult = !bResult;
-  EXPECT_EQ(StreamedUnits(text, pszFirst, pszSecond, &bStreamResult), map.Units()) << "the stream differs";
-  EXPECT_EQ(bStreamResult, bResult) << "the stream's result differs";
+  for (ReadStyle style : kReadStyles) {
+    bool bStreamResult = !bResult;
+    EXPECT_EQ(StreamedUnits(text, pszFirst, pszSecond, &bStreamResult, style), map.Units())
+        << "the stream differs, read in style " << static_cast<int>(style);
+    EXPECT_EQ(bStreamResult, bResult) << "the stream's result differs, read in style " << static_cast<int>(style);
+  }
   if (pResult) *pResult = bResult;
   return map.Units();
 }

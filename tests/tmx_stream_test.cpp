@@ -2,11 +2,16 @@
 // builders file, and the languages that the engine lists; then what only a stream does.
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <filesystem>
 #include <functional>
+#include <stdexcept>
 
 #include <xercesc/dom/DOMException.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
+#include <xercesc/util/BinInputStream.hpp>
+#include <xercesc/util/XMLUni.hpp>
 
 #include "tests/Files.h"
 #include "tests/fuzz/FuzzSupport.h"
@@ -153,6 +158,109 @@ TEST(StreamTest, PathMemoryFileAndInputSourceGiveTheSameUnitsAndReopeningStartsO
   xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(), "sample");
   reader.Open(source);
   EXPECT_EQ(read(reader), fromPath);
+}
+
+// Each unit goes to the handler with its own variants only, however the read began: stepped a
+// unit or two, or opened again in the middle of a unit.
+TEST(StreamTest, ReadUnitsAfterSteppingOrReopeningHandsEachUnitItsOwnVariants) {
+  const std::string text = Tmx("\n<tu><tuv lang='en'><seg>a</seg></tuv><tuv lang='de'><seg>b</seg></tuv></tu>"
+                               "\n<tu><tuv lang='en'><seg>c</seg></tuv></tu>");
+  const Units all = StreamedUnits(text, nullptr, nullptr, nullptr, ReadStyle::kPush);
+  ASSERT_EQ(all, (Units{{0, {"en|a|", "de|b|"}}, {1, {"en|c|"}}}));
+  MemoryTmx source(text);
+  CTmxUnitReader reader;
+  reader.Open(&source.file);
+  ASSERT_TRUE(reader.ReadNextUnit());
+  reader.Open(&source.file);
+  struct : CTmxUnitHandler {
+    Units units;
+    void OnUnit(const CTmxUnitReader& unit) override {
+      for (INT_PTR i = 0; i < unit.GetVariantCount(); i++) units[unit.GetKey()].push_back(Variant(unit.GetVariant(i)));
+    }
+  } handler;
+  reader.ReadUnits(handler);
+  EXPECT_EQ(handler.units, all);
+}
+
+// A stream that counts the live instances, gives nGood bytes of a document, then fails.
+class FailingStream : public xercesc::BinInputStream {
+ public:
+  static inline int nLive = 0;
+  FailingStream(const std::string& text, size_t nGood) : m_text(text.substr(0, nGood)) { nLive++; }
+  ~FailingStream() override { nLive--; }
+  XMLFilePos curPos() const override { return m_nPos; }
+  XMLSize_t readBytes(XMLByte* const pToFill, const XMLSize_t nMax) override {
+    if (m_nPos == m_text.size()) throw std::runtime_error("the disk is gone");
+    const size_t n = std::min(nMax, m_text.size() - m_nPos);
+    std::memcpy(pToFill, m_text.data() + m_nPos, n);
+    m_nPos += n;
+    return n;
+  }
+  const XMLCh* getContentType() const override { return nullptr; }
+
+ private:
+  std::string m_text;
+  size_t m_nPos = 0;
+};
+
+class FailingSource : public xercesc::InputSource {
+ public:
+  FailingSource(const std::string& text, size_t nGood) : m_text(text), m_nGood(nGood) {}
+  xercesc::BinInputStream* makeStream() const override { return new FailingStream(m_text, m_nGood); }
+
+ private:
+  std::string m_text;
+  size_t m_nGood;
+};
+
+// Open descriptors of the process, where the system lists them.
+size_t OpenDescriptors() {
+  std::error_code error;
+  const auto entries = std::filesystem::directory_iterator("/proc/self/fd", error);
+  return error ? 0 : static_cast<size_t>(std::distance(entries, std::filesystem::directory_iterator()));
+}
+
+TEST(StreamTest, ReadsWhoseInputFailsGiveBackTheirStreamAndFile) {
+  const std::string text = Tmx("\n" + std::string(40000, ' ') + "<tu><tuv lang='en'><seg>a</seg></tuv></tu>");
+  for (size_t nGood : {size_t(0), size_t(100), size_t(30000)}) {  // within the first look at the input, and after
+    for (ReadStyle style : {ReadStyle::kStep, ReadStyle::kPush}) {
+      {
+        FailingSource source(text, nGood);
+        CTmxUnitReader reader;
+        reader.Open(source);
+        EXPECT_THROW(style == ReadStyle::kStep ? reader.ReadNextUnit() : reader.ReadLanguages(nullptr), std::runtime_error);
+      }
+      EXPECT_EQ(FailingStream::nLive, 0) << nGood << " good bytes";
+    }
+  }
+  const std::string folder = Temp().Path("folder");
+  std::filesystem::create_directory(folder);
+  const size_t nBefore = OpenDescriptors();
+  CTmxUnitReader reader;
+  for (int i = 0; i < 20; i++) {
+    reader.Open(CString(folder.c_str()));
+    EXPECT_ANY_THROW(reader.ReadNextUnit());
+  }
+  EXPECT_EQ(OpenDescriptors(), nBefore);
+}
+
+// Whatever the document, the host's settings of GetParser() apply: here namespaces, which make an
+// undeclared prefix an error, and the refusal of external entities, across documents of both kinds.
+TEST(StreamTest, TheHostsParserSettingsApplyToEveryDocument) {
+  using xercesc::XMLUni;
+  const std::string secret = Temp().Write("secret.txt", "s3cret");
+  const std::string prefixed = Tmx("\n<tu><tuv lang='en'><x:seg>a</x:seg></tuv></tu>");
+  const std::string external = "<!DOCTYPE tmx [<!ENTITY x SYSTEM \"" + secret + "\">]>" + Tmx("\n<tu><tuv lang='en'><seg>&x;</seg></tuv></tu>");
+  CTmxUnitReader reader;
+  reader.GetParser()->setFeature(XMLUni::fgSAX2CoreNameSpaces, true);
+  reader.GetParser()->setFeature(XMLUni::fgXercesDisableDefaultEntityResolution, true);
+  for (const std::string* pText : {&prefixed, &external, &prefixed, &external}) {
+    MemoryTmx source(*pText);
+    reader.Open(&source.file);
+    EXPECT_THROW(reader.ReadNextUnit(), xercesc::SAXParseException) << *pText;
+  }
+  EXPECT_TRUE(reader.GetParser()->getFeature(XMLUni::fgSAX2CoreNameSpaces));
+  EXPECT_TRUE(reader.GetParser()->getFeature(XMLUni::fgXercesDisableDefaultEntityResolution));
 }
 
 }  // namespace

@@ -12,9 +12,8 @@ namespace {
 
 class ReplayStream : public BinInputStream {
  public:
-  ReplayStream(BinInputStream* pStream, std::unique_ptr<XMLByte[]> bytes, size_t nBytes)
-      : m_pStream(pStream), m_bytes(std::move(bytes)), m_nBytes(nBytes) {}
-  ~ReplayStream() override { delete m_pStream; }
+  ReplayStream(std::unique_ptr<BinInputStream> pStream, std::unique_ptr<XMLByte[]> bytes, size_t nBytes)
+      : m_pStream(std::move(pStream)), m_bytes(std::move(bytes)), m_nBytes(nBytes) {}
   XMLFilePos curPos() const override { return m_nPos; }
   XMLSize_t readBytes(XMLByte* const pToFill, const XMLSize_t nMaxToRead) override {
     XMLSize_t nRead;
@@ -31,7 +30,7 @@ class ReplayStream : public BinInputStream {
   const XMLCh* getContentType() const override { return m_pStream->getContentType(); }
 
  private:
-  BinInputStream* m_pStream;
+  std::unique_ptr<BinInputStream> m_pStream;
   std::unique_ptr<XMLByte[]> m_bytes;
   size_t m_nBytes, m_nReplayed = 0;
   XMLFilePos m_nPos = 0;
@@ -92,8 +91,6 @@ CPreviewedInputSource::CPreviewedInputSource(const InputSource& source, size_t n
     m_nBytes += nRead;
 }
 
-CPreviewedInputSource::~CPreviewedInputSource() { delete m_pStream; }
-
 // Walks the prolog: the declaration and other processing instructions, comments and white space
 // come before the document type declaration, and an element ends the prolog.
 bool CPreviewedInputSource::HasNoDocumentType() const {
@@ -117,7 +114,5 @@ bool CPreviewedInputSource::HasNoDocumentType() const {
 
 BinInputStream* CPreviewedInputSource::makeStream() const {
   if (m_pStream == nullptr) return nullptr;
-  BinInputStream* pStream = m_pStream;
-  m_pStream = nullptr;
-  return new ReplayStream(pStream, std::move(m_bytes), m_nBytes);
+  return new ReplayStream(std::move(m_pStream), std::move(m_bytes), m_nBytes);
 }

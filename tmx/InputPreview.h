@@ -12,7 +12,6 @@ class CPreviewedInputSource : public xercesc::InputSource {
  public:
   // Opens the source's stream and reads its first nBytes (fewer when it is shorter).
   CPreviewedInputSource(const xercesc::InputSource& source, size_t nBytes);
-  ~CPreviewedInputSource() override;
   // False when the source could not be opened: the parser should then be given the source
   // itself, which reports why.
   bool Opened() const { return m_pStream != nullptr; }
@@ -23,7 +22,7 @@ class CPreviewedInputSource : public xercesc::InputSource {
   xercesc::BinInputStream* makeStream() const override;
 
  private:
-  mutable xercesc::BinInputStream* m_pStream;
+  mutable std::unique_ptr<xercesc::BinInputStream> m_pStream;
   mutable std::unique_ptr<XMLByte[]> m_bytes;
   size_t m_nBytes = 0;
 };

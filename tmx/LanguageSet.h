@@ -6,15 +6,17 @@
 #include <set>
 #include <string>
 
+#include <xercesc/util/XMLString.hpp>
+
 #include "quillon/afx.h"
 #include "tmx/UnitRules.h"
 
 class LanguageSet {
  public:
-  static bool IsVariantTag(LPCTSTR pszTagName) { return NameEquals(pszTagName, _T("tuv")); }
+  static bool IsVariantTag(LPCTSTR pszTagName) { return xercesc::XMLString::equals(pszTagName, _T("tuv")); }
   static constexpr LPCTSTR kAttributes[] = {_T("lang"), _T("xml:lang")};
   static bool IsLanguageAttribute(LPCTSTR pszName) {
-    return NameEquals(pszName, kAttributes[0]) || NameEquals(pszName, kAttributes[1]);
+    return xercesc::XMLString::equals(pszName, kAttributes[0]) || xercesc::XMLString::equals(pszName, kAttributes[1]);
   }
 
   void Add(LPCTSTR pszValue) {

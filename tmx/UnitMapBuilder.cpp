@@ -80,6 +80,7 @@ class DomWalk {
   DomWalk(DOMDocument& document, TmxUnitMap& map, const CString* pFirst, const CString* pSecond)
       : m_pKey(NewUnitKeyCounter(document)), m_sink(map), m_rules(m_sink, *m_pKey, pFirst, pSecond) {}
 
+  const UnitRules& Rules() const { return m_rules; }
   void Chain(const TmxNodeList& chain) {
     for (POSITION pos = chain.GetHeadPosition(); pos;) {
       DOMNode* pNode = chain.GetNext(pos);
@@ -119,41 +120,39 @@ class DomWalk {
   CString m_text;  // where composed text contents are made
 };
 
-}  // namespace
-
-void FileUnits(DOMDocument& document, const TmxNodeList& chain, TmxUnitMap& map, const CString* pFirstLanguage,
-               const CString* pSecondLanguage) {
-  DomWalk(document, map, pFirstLanguage, pSecondLanguage).Chain(chain);
+// The body that the rules read, looked for where they look; null when there is none.
+DOMNode* FindBody(DOMDocument& document, const UnitRules& rules) {
+  DOMNode* pBody = nullptr;
+  WalkDepthFirst(document.getFirstChild(), 1, [&](DOMNode* pNode, int nDepth) {
+    if (pNode->getNodeType() != DOMNode::ELEMENT_NODE) return WalkStep::kSkip;
+    if (rules.IsBody(pNode->getNodeName(), nDepth)) pBody = pNode;
+    return pBody ? WalkStep::kStop : rules.MayHoldBody(nDepth) ? WalkStep::kDescend : WalkStep::kSkip;
+  });
+  return pBody;
 }
 
-bool CTmxParseEngine::CreateDataStructures(TmxUnitMap& map) {
-  if (m_pDocument == nullptr) return false;
-  // The first element in document order with exactly this tag name, found without counting
-  // them all.
-  DOMNode* pBody = m_pDocument->getElementsByTagName(_T("body"))->item(0);
+// Files the units of the document's body into map, when the rules find a body; whether they did.
+// The document is noted as tagged before the first tag goes on.
+bool FileBodyUnits(DOMDocument& document, DOMDocument*& pTaggedDocument, TmxUnitMap& map,
+                   const CString* pFirstLanguage = nullptr, const CString* pSecondLanguage = nullptr) {
+  DomWalk walk(document, map, pFirstLanguage, pSecondLanguage);
+  DOMNode* pBody = FindBody(document, walk.Rules());
   if (pBody == nullptr) return false;
   TmxNodeList chain(10);
   CollectChildNodes(pBody->getChildNodes(), chain);
-  m_pTaggedDocument = m_pDocument;
-  FileUnits(*m_pDocument, chain, map, &m_strFirstLanguage, &m_strSecondLanguage);
+  pTaggedDocument = &document;
+  walk.Chain(chain);
   return true;
+}
+
+}  // namespace
+
+bool CTmxParseEngine::CreateDataStructures(TmxUnitMap& map) {
+  return m_pDocument && FileBodyUnits(*m_pDocument, m_pTaggedDocument, map, &m_strFirstLanguage, &m_strSecondLanguage);
 }
 
 bool CTmxParseEngine::CreateMultilingualDataStructures(TmxUnitMap& map) {
   if (m_pDocument == nullptr) return false;
-  TmxNodeList nodes(10);
-  if (DOMElement* pRoot = m_pDocument->getDocumentElement())
-    for (DOMNode* pChild = pRoot->getFirstChild(); pChild; pChild = pChild->getNextSibling()) nodes.AddTail(pChild);
-  DOMNode* pBody = nullptr;
-  for (POSITION pos = nodes.GetHeadPosition(); pos && !pBody;) {
-    DOMNode* pNode = nodes.GetNext(pos);
-    if (pNode->getNodeType() == DOMNode::ELEMENT_NODE && UnitRules::IsMultilingualBody(pNode->getNodeName()))
-      pBody = pNode;
-  }
-  nodes.RemoveAll();
-  if (pBody == nullptr) return true;
-  CollectChildNodes(pBody->getChildNodes(), nodes);
-  m_pTaggedDocument = m_pDocument;
-  FileUnits(*m_pDocument, nodes, map);
+  FileBodyUnits(*m_pDocument, m_pTaggedDocument, map);
   return true;
 }

@@ -1,5 +1,4 @@
-// The two builders' walk of the DOM: the body chain, and each tu element of it, driven through
-// the unit rules and filed into a unit map.
+// The body chain that both builders walk.
 #pragma once
 
 #include <xercesc/dom/DOMDocument.hpp>
@@ -14,8 +13,3 @@ typedef CList<xercesc::DOMNode*, xercesc::DOMNode*> TmxNodeList;
 // Appends the child nodes of body that units are read from, in document order: all of them
 // but a leading text, CDATA, comment or processing instruction.
 void CollectChildNodes(xercesc::DOMNodeList* pChildren, TmxNodeList& list);
-
-// Files the variants of every tu element of the chain into map: the multilingual rules
-// without a language pair, the bilingual rules with one.
-void FileUnits(xercesc::DOMDocument& document, const TmxNodeList& chain, TmxUnitMap& map,
-               const CString* pFirstLanguage = nullptr, const CString* pSecondLanguage = nullptr);

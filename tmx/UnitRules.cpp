@@ -3,21 +3,17 @@
 #include <algorithm>
 #include <functional>
 
+#include <xercesc/util/XMLString.hpp>
+
 #include "resources/resource.h"
 
 using xercesc::DOMNode;
 
 namespace {
 
-// Equal ignoring the case of ASCII letters only, as the class library's CompareNoCase (é and É
-// differ), on parser strings as they are: no string is made per node. pszLowerName is lower case.
-bool NameIs(LPCTSTR pszName, LPCTSTR pszLowerName) {
-  for (;; pszName++, pszLowerName++) {
-    const TCHAR c = *pszName >= 'A' && *pszName <= 'Z' ? static_cast<TCHAR>(*pszName + 32) : *pszName;
-    if (c != *pszLowerName) return false;
-    if (c == 0) return true;
-  }
-}
+// Names are compared ignoring the case of ASCII letters only, as the class library's
+// CompareNoCase compares them, on parser strings as they are: no string is made per node.
+bool NameIs(LPCTSTR pszName, LPCTSTR pszLowerName) { return _tcsicmp(pszName, pszLowerName) == 0; }
 
 bool IsLanguageAttribute(LPCTSTR pszName) { return NameIs(pszName, _T("lang")) || NameIs(pszName, _T("xml:lang")); }
 
@@ -35,7 +31,10 @@ UnitRules::UnitRules(UnitSink& sink, int& nKeyCounter, const CString* pFirstLang
   m_nKey = -1;
 }
 
-bool UnitRules::IsMultilingualBody(LPCTSTR pszTagName) { return NameIs(pszTagName, _T("body")); }
+bool UnitRules::IsBody(LPCTSTR pszTagName, int nDepth) const {
+  if (IsBilingual()) return xercesc::XMLString::equals(pszTagName, _T("body"));
+  return nDepth == 2 && NameIs(pszTagName, _T("body"));
+}
 
 bool UnitRules::LeftOutWhenFirst(short nNodeType) {
   switch (nNodeType) {

@@ -13,13 +13,6 @@
 
 typedef std::basic_string_view<TCHAR> TextView;
 
-// Exact equality of a parser string and a name, decided without measuring the string first.
-inline bool NameEquals(LPCTSTR psz, LPCTSTR pszName) {
-  for (; *psz == *pszName; psz++, pszName++)
-    if (*psz == 0) return true;
-  return false;
-}
-
 // Where the variants that the rules keep go: a unit map, or the unit a stream is reading.
 class UnitSink {
  public:
@@ -61,11 +54,12 @@ class UnitRules {
             const CString* pSecondLanguage = nullptr);
 
   bool IsBilingual() const { return m_pFirstLanguage != nullptr; }
-  // The bilingual rules read the first element whose tag name is exactly "body", at any depth
-  // (the engine asks the DOM for it by that name); the multilingual rules the first child
-  // element of the root named body in any case.
-  static bool IsBilingualBody(LPCTSTR pszTagName) { return NameEquals(pszTagName, _T("body")); }
-  static bool IsMultilingualBody(LPCTSTR pszTagName);
+  // Where body is: the first element in document order for which IsBody holds, looked for only
+  // below elements for which MayHoldBody does. Depths count from 1, the root element's. The
+  // bilingual rules take the first element whose tag name is exactly "body", at any depth; the
+  // multilingual rules the first child element of the root named body in any case.
+  bool IsBody(LPCTSTR pszTagName, int nDepth) const;
+  bool MayHoldBody(int nDepth) const { return IsBilingual() || nDepth < 2; }
   // The body chain leaves out body's first child node when it is text, CDATA, a comment or a PI.
   static bool LeftOutWhenFirst(short nNodeType);
   // One node of the chain: advances the key as the rule set counts, and tells whether the node

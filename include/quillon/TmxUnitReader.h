@@ -39,8 +39,9 @@ class AFX_EXT_CLASS CTmxUnitReader {
   CTmxUnitReader(const CTmxUnitReader&) = delete;
   CTmxUnitReader& operator=(const CTmxUnitReader&) = delete;
 
-  // The parser, for a host that wants settings of its own before Open (a security manager, no
-  // external DTD or entities), as it may set them on the engine's parser.
+  // The parser, for a host that wants settings of its own (a security manager, no external DTD
+  // or entities, namespaces, an entity resolver), as it may set them on the engine's parser.
+  // They hold for every document the reader reads, whichever of the parser's scanners reads it.
   xercesc::SAX2XMLReader* GetParser();
 
   // Chooses the document, ending any earlier read: a path; a file, read from its start in pieces
@@ -56,9 +57,12 @@ class AFX_EXT_CLASS CTmxUnitReader {
   BOOL ReadNextUnit();
   // Reads the units that remain, each handed to handler as it ends, and returns GetResult().
   // Called before any other read, it lets the parser run through the document uninterrupted,
-  // which is faster than stepping from unit to unit. Errors leave as from ReadNextUnit.
+  // which is faster than stepping from unit to unit. Errors leave as from ReadNextUnit; so does
+  // what the handler throws. The handler must not Open another document.
   BOOL ReadUnits(CTmxUnitHandler& handler);
   // The unit just read, valid until the next read: its key and its variants in document order.
+  // It is the unit that ReadNextUnit returned TRUE for, or in ReadUnits the handler's; after any
+  // other read there is none (no variants).
   int GetKey() const;
   INT_PTR GetVariantCount() const;
   const CTmxTUV& GetVariant(INT_PTR nIndex) const;  // a guarded index

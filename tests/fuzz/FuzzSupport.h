@@ -3,6 +3,7 @@
 // design; and a name for the way an input was refused.
 #pragma once
 
+#include <climits>
 #include <string>
 
 #include <xercesc/dom/DOMException.hpp>
@@ -10,6 +11,7 @@
 #include <xercesc/util/XMLException.hpp>
 
 #include "quillon/SafeParsing.h"
+#include "quillon/TmxUnitReader.h"
 #include "quillon/afx.h"
 
 // One for the process: the parsers keep pointing at its security manager.
@@ -38,4 +40,25 @@ std::string FailureOf(Parse parse) {
 template <class Parse>
 bool Parses(Parse parse) {
   return FailureOf(parse).empty();
+}
+
+// How a host reads a stream: unit by unit with ReadNextUnit, all at once with ReadUnits, or a few
+// units one way and the rest the other. take(reader) sees each unit.
+enum class ReadStyle { kStep, kPush, kStepThenPush };
+constexpr ReadStyle kReadStyles[] = {ReadStyle::kStep, ReadStyle::kPush, ReadStyle::kStepThenPush};
+
+template <class Take>
+void ReadInStyle(CTmxUnitReader& reader, ReadStyle style, Take take) {
+  struct Handler : CTmxUnitHandler {
+    Take& take;
+    explicit Handler(Take& t) : take(t) {}
+    void OnUnit(const CTmxUnitReader& unit) override { take(unit); }
+  } handler(take);
+  const int nSteps = style == ReadStyle::kStep ? INT_MAX : style == ReadStyle::kPush ? 0 : 2;
+  for (int i = 0; i < nSteps; i++)
+    if (reader.ReadNextUnit())
+      take(reader);
+    else
+      return;
+  if (style != ReadStyle::kStep) reader.ReadUnits(handler);
 }

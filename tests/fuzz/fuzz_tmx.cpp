@@ -1,7 +1,8 @@
-// The TMX engine and both builders on an in-memory file, and the streaming reader beside them:
-// for every input the engine reads, the stream must give the same units, keys, variants, texts,
-// results and languages; where the engine raises, the stream must raise the same. Any
-// difference aborts. The language pair is the one the input itself lists first.
+// The TMX engine and both builders on an in-memory file, and the streaming reader beside them,
+// read unit by unit, all at once, and a few units one way then the rest the other: for every
+// input the engine reads, the stream must give the same units, keys, variants, texts, results and
+// languages; where the engine raises, the stream must raise the same. Any difference aborts. The
+// language pair is the one the input itself lists first.
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -46,12 +47,13 @@ void Build(CTmxParseEngine& engine, Reading& dom, int nRules) {
   delete pMap;
 }
 
-void Stream(CMemFile& file, const CStringArray& pair, Reading& stream, int nRules) {
+void Stream(CMemFile& file, const CStringArray& pair, Reading& stream, int nRules, ReadStyle style) {
   auto pReader = nRules == 0 ? std::make_unique<CTmxUnitReader>(pair[0], pair[1]) : std::make_unique<CTmxUnitReader>();
   Safety().Apply(pReader->GetParser());
   pReader->Open(&file);
-  while (pReader->ReadNextUnit())
-    for (INT_PTR i = 0; i < pReader->GetVariantCount(); i++) Add(stream.units[nRules], pReader->GetKey(), pReader->GetVariant(i));
+  ReadInStyle(*pReader, style, [&](const CTmxUnitReader& unit) {
+    for (INT_PTR i = 0; i < unit.GetVariantCount(); i++) Add(stream.units[nRules], unit.GetKey(), unit.GetVariant(i));
+  });
   stream.bResults[nRules] = pReader->GetResult();
 }
 
@@ -65,7 +67,7 @@ Text Joined(const CStringArray& languages) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   CMemFile file(const_cast<BYTE*>(data), static_cast<UINT>(size));
-  Reading dom, stream;
+  Reading dom;
   CStringArray languages, pair;
   pair.SetSize(2);
   dom.error = FailureOf([&] {
@@ -79,20 +81,23 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Build(engine, dom, 1);
   });
   dom.languages = Joined(languages);
-  stream.error = FailureOf([&] {
-    Stream(file, pair, stream, 0);
-    Stream(file, pair, stream, 1);
-    CTmxUnitReader reader;
-    Safety().Apply(reader.GetParser());
-    reader.Open(&file);
-    CStringArray streamed;
-    reader.ReadLanguages(&streamed);
-    stream.languages = Joined(streamed);
-  });
-  if (stream.error != dom.error || (dom.error.empty() && !(stream == dom))) {
-    std::fprintf(stderr, "the stream differs from the engine\n  engine: %s\n  stream: %s\n", dom.error.c_str(),
-                 stream.error.c_str());
-    std::abort();
+  for (ReadStyle style : kReadStyles) {
+    Reading stream;
+    stream.error = FailureOf([&] {
+      Stream(file, pair, stream, 0, style);
+      Stream(file, pair, stream, 1, style);
+      CTmxUnitReader reader;
+      Safety().Apply(reader.GetParser());
+      reader.Open(&file);
+      CStringArray streamed;
+      reader.ReadLanguages(&streamed);
+      stream.languages = Joined(streamed);
+    });
+    if (stream.error != dom.error || (dom.error.empty() && !(stream == dom))) {
+      std::fprintf(stderr, "the stream (read in style %d) differs from the engine\n  engine: %s\n  stream: %s\n",
+                   static_cast<int>(style), dom.error.c_str(), stream.error.c_str());
+      std::abort();
+    }
   }
   return 0;
 }

@@ -1,0 +1,70 @@
+// The units of a stream: the cursor's nodes driven through the unit rules, one unit at a time.
+// All that concerns the unit being read is one state, which each unit starts afresh.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "quillon/TmxUnits.h"
+#include "tmx/EventCursor.h"
+#include "tmx/SegmentText.h"
+#include "tmx/UnitRules.h"
+
+// Told when a unit that has variants has been read; the unit stays readable until the next one
+// begins.
+class UnitEnds {
+ public:
+  virtual void UnitRead() = 0;
+
+ protected:
+  ~UnitEnds() = default;
+};
+
+class StreamUnits : public NodeSink, private UnitSink {
+ public:
+  // The bilingual rules with a language pair, the multilingual rules without one.
+  StreamUnits(const CString* pFirstLanguage, const CString* pSecondLanguage, UnitEnds& ends);
+  const UnitRules& Rules() const { return m_rules; }
+  // A new document: no unit read, and keys counted from the start.
+  void Restart();
+
+  // The unit read last.
+  int Key() const { return m_nKey; }
+  INT_PTR VariantCount() const { return static_cast<INT_PTR>(m_unit.nVariants); }
+  const CTmxTUV& Variant(INT_PTR nIndex) const;
+
+  void Node(int nLevel, short nType, LPCTSTR pszName, TextView value, const xercesc::Attributes* pAttributes) override;
+  void Text(int nLevel, TextView text) override;
+  void End(int nLevel) override;
+
+ private:
+  struct UnitState {
+    bool bOpen = false;
+    UnitRules::Role child = UnitRules::Role::kOther;         // the unit's open child
+    UnitRules::Role variantChild = UnitRules::Role::kOther;  // the open child of that child, a variant
+    bool bInNote = false;                                    // the open child is a note: m_note gathers its text
+    size_t nVariants = 0;
+  };
+
+  bool InSeg() const {
+    return m_unit.bOpen && m_unit.child == UnitRules::Role::kVariant && m_unit.variantChild == UnitRules::Role::kSegment;
+  }
+  void ChainNode(short nType, LPCTSTR pszName);
+  void UnitChild(short nType, LPCTSTR pszName, TextView value, const xercesc::Attributes* pAttributes);
+  void VariantChild(short nType, LPCTSTR pszName, TextView value);
+  void BeginNote(UnitRules::Role role);
+  TextView NoteText() const { return TextView(m_note.GetString(), static_cast<size_t>(m_note.GetLength())); }
+  void FileVariant(int nKey, TextView language, TextView segment, const CString& strNote) override;
+
+  CString m_strFirst, m_strSecond;
+  int m_nKeyCounter = -1;
+  UnitRules m_rules;
+  UnitEnds& m_ends;
+  bool m_bChainStarted = false;
+  UnitState m_unit;
+  int m_nKey = -1;
+  // Storage that units reuse: a note's text, a variant's language, the seg, the variants.
+  CString m_note, m_language;
+  SegmentText m_seg;
+  std::vector<std::unique_ptr<CTmxTUV>> m_variants;
+};
