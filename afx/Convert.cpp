@@ -2,25 +2,9 @@
 
 #include <cstring>
 
-namespace {
+#include "quillon/Utf8.h"
 
-void AppendUtf8(std::string& out, char32_t c) {
-  if (c < 0x80) {
-    out += static_cast<char>(c);
-  } else if (c < 0x800) {
-    out += static_cast<char>(0xC0 | (c >> 6));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else if (c < 0x10000) {
-    out += static_cast<char>(0xE0 | (c >> 12));
-    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | (c >> 18));
-    out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  }
-}
+namespace {
 
 void AppendUtf16(std::basic_string<WCHAR>& out, char32_t c) {
   if (c < 0x10000) {
@@ -41,13 +25,9 @@ CW2A::CW2A(LPCWSTR psz, UINT nCodePage)
 
 CW2A::CW2A(LPCWSTR pch, size_t nLength, UINT) {
   m_str.reserve(nLength);
-  for (size_t i = 0; i < nLength; i++) {
-    char32_t c = pch[i];
-    if (c >= 0xD800 && c <= 0xDBFF && i + 1 < nLength && pch[i + 1] >= 0xDC00 && pch[i + 1] <= 0xDFFF)
-      c = 0x10000 + ((c - 0xD800) << 10) + (pch[++i] - 0xDC00);
-    else if (c >= 0xD800 && c <= 0xDFFF)
-      c = kReplacement;
-    AppendUtf8(m_str, c);
+  for (size_t i = 0; i < nLength;) {
+    char bytes[4];
+    m_str.append(bytes, quillon::AppendUtf8(bytes, quillon::NextCodePoint(pch, nLength, i)));
   }
 }
 

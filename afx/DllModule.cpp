@@ -12,8 +12,6 @@ extern "C" BOOL APIENTRY DllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID lpR
 
 #if defined(_WIN32)
 extern "C" char __ImageBase;  // the module's image, as the linker names it
-#else
-#include "resources/StringTable.h"
 #endif
 
 namespace {
@@ -24,7 +22,7 @@ HINSTANCE ModuleHandle() {
 #if defined(_WIN32)
   return reinterpret_cast<HINSTANCE>(&__ImageBase);
 #else
-  return AfxResourceHandle(g_moduleResources);
+  return AfxResourceHandle(afxModuleResources);
 #endif
 }
 

@@ -23,8 +23,8 @@ void StopParserPlatform() { XMLPlatformUtils::Terminate(); }
 
 }  // namespace
 
-ModuleSteps g_moduleSteps = {StartParserPlatform, AfxInitExtensionModule, AllocateLibraryObject,
-                             StopParserPlatform, AfxTermExtensionModule};
+const ModuleSteps kLibrarySteps = {StartParserPlatform, AfxInitExtensionModule, AllocateLibraryObject,
+                                  StopParserPlatform, AfxTermExtensionModule};
 
 AFX_EXTENSION_MODULE ExtensionModule = {};
 
@@ -41,20 +41,25 @@ extern "C" BOOL WINAPI RawDllMain(HINSTANCE, DWORD dwReason, LPVOID) {
 
 extern "C" BOOL(WINAPI* const _pRawDllMain)(HINSTANCE, DWORD, LPVOID) = &RawDllMain;
 
-extern "C" BOOL APIENTRY DllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID) {
-  if (dwReason == DLL_PROCESS_ATTACH) {
-    try {
-      g_moduleSteps.StartParserPlatform();
-    } catch (const XMLException&) {
-      // A platform that cannot start shows up in the first parse; loading goes on.
-    }
-    if (!g_moduleSteps.InitExtensionModule(ExtensionModule, hInstance)) return FALSE;
-    // The registration object belongs to the class library from here on.
-    if (void* p = g_moduleSteps.AllocateLibraryObject(sizeof(CDynLinkLibrary)))
-      new (p) CDynLinkLibrary(ExtensionModule, FALSE);
-  } else if (dwReason == DLL_PROCESS_DETACH) {
-    g_moduleSteps.StopParserPlatform();
-    g_moduleSteps.TermExtensionModule(ExtensionModule, FALSE);
+BOOL AttachModule(const ModuleSteps& steps, HINSTANCE hInstance) {
+  try {
+    steps.StartParserPlatform();
+  } catch (const XMLException&) {
+    // A platform that cannot start shows up in the first parse; loading goes on.
   }
+  if (!steps.InitExtensionModule(ExtensionModule, hInstance)) return FALSE;
+  // The registration object belongs to the class library from here on.
+  if (void* p = steps.AllocateLibraryObject(sizeof(CDynLinkLibrary))) new (p) CDynLinkLibrary(ExtensionModule, FALSE);
+  return TRUE;
+}
+
+void DetachModule(const ModuleSteps& steps) {
+  steps.StopParserPlatform();
+  steps.TermExtensionModule(ExtensionModule, FALSE);
+}
+
+extern "C" BOOL APIENTRY DllMain(HINSTANCE hInstance, DWORD dwReason, LPVOID) {
+  if (dwReason == DLL_PROCESS_ATTACH) return AttachModule(kLibrarySteps, hInstance);
+  if (dwReason == DLL_PROCESS_DETACH) DetachModule(kLibrarySteps);
   return TRUE;
 }

@@ -1,5 +1,6 @@
 // The library's entry point: start and stop of the parser platform and registration with the
-// class library, once per load. Its steps go through g_moduleSteps so tests can replace them.
+// class library, once per load. What attach and detach do is written over the steps they take,
+// which tests replace.
 #pragma once
 
 #include <cstddef>
@@ -14,8 +15,12 @@ struct ModuleSteps {
   void (*TermExtensionModule)(AFX_EXTENSION_MODULE& state, BOOL bAll);
 };
 
-extern ModuleSteps g_moduleSteps;
+extern const ModuleSteps kLibrarySteps;  // the parser platform's and the class library's own
 extern AFX_EXTENSION_MODULE ExtensionModule;
+
+// Process attach: FALSE when the registration fails. Process detach.
+BOOL AttachModule(const ModuleSteps& steps, HINSTANCE hInstance);
+void DetachModule(const ModuleSteps& steps);
 
 // Runs before the library's static objects are constructed, as the class library requires of
 // an extension module; its start code finds it through _pRawDllMain.

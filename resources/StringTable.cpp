@@ -1,5 +1,5 @@
-#include "resources/StringTable.h"
-
+// The module's string table elsewhere than on Windows, where quillon.rc makes it.
+#include "quillon/afx.h"
 #include "resources/resource.h"
 
 namespace {
@@ -12,4 +12,4 @@ const AFX_STRING_RESOURCE kStrings[] = {
 
 }  // namespace
 
-const AFX_RESOURCE_DIRECTORY g_moduleResources = {kStrings, sizeof kStrings / sizeof kStrings[0]};
+const AFX_RESOURCE_DIRECTORY afxModuleResources = {kStrings, sizeof kStrings / sizeof kStrings[0]};

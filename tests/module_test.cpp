@@ -43,19 +43,15 @@ HINSTANCE const kInstance = reinterpret_cast<HINSTANCE>(0x1000);
 class EntryPointTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    saved = g_moduleSteps;
-    g_moduleSteps = recordingSteps;
     ExtensionModule = {};
     calls.clear();
     startThrows = initFails = allocFails = false;
   }
-  void TearDown() override { g_moduleSteps = saved; }
   static bool Registered() {
     for (CDynLinkLibrary* p = AfxGetModuleState()->m_libraryList; p; p = AfxGetModuleState()->m_libraryList.GetNext(p))
       if (p->m_hModule == kInstance) return true;
     return false;
   }
-  ModuleSteps saved;
 };
 
 using Calls = std::vector<std::string>;
@@ -73,9 +69,9 @@ TEST_F(EntryPointTest, AttachAndDetachInEachCase) {
     calls.clear();
     startThrows = initFails = allocFails = false;
     if (c.pFailure) *c.pFailure = true;
-    EXPECT_EQ(DllMain(kInstance, DLL_PROCESS_ATTACH, nullptr), c.bAttached) << c.what;
+    EXPECT_EQ(AttachModule(recordingSteps, kInstance), c.bAttached) << c.what;
     EXPECT_EQ(Registered(), c.bRegistered) << c.what;
-    EXPECT_TRUE(DllMain(kInstance, DLL_PROCESS_DETACH, nullptr)) << c.what;  // the loader sends it after a failure too
+    DetachModule(recordingSteps);  // the loader sends it after a failure too
     EXPECT_FALSE(Registered()) << c.what;
     EXPECT_EQ(calls, c.calls) << c.what;
     ExtensionModule = {};
@@ -91,11 +87,17 @@ TEST_F(EntryPointTest, RawHookSetsClassChainAsideForTheModule) {
   RawDllMain(kInstance, DLL_PROCESS_ATTACH, nullptr);
   EXPECT_EQ(state->m_classList.GetHead(), nullptr);
   state->m_classList.m_pHead = &moduleClass;  // what static construction registers
-  DllMain(kInstance, DLL_PROCESS_ATTACH, nullptr);
+  AttachModule(recordingSteps, kInstance);
   EXPECT_EQ(state->m_classList.GetHead(), &hostClass);
   EXPECT_EQ(ExtensionModule.pFirstSharedClass, &moduleClass);
-  DllMain(kInstance, DLL_PROCESS_DETACH, nullptr);
+  DetachModule(recordingSteps);
   state->m_classList.m_pHead = nullptr;
+}
+
+TEST_F(EntryPointTest, ThreadNotificationsDoNothing) {
+  for (DWORD dwReason : {DLL_THREAD_ATTACH, DLL_THREAD_DETACH}) EXPECT_TRUE(DllMain(kInstance, dwReason, nullptr));
+  EXPECT_EQ(XMLPlatformUtils::fgMemoryManager, nullptr);  // no platform started
+  EXPECT_FALSE(Registered());
 }
 
 TEST(SharedLibraryTest, LoadingStartsTheParserPlatformAndUnloadingStopsIt) {

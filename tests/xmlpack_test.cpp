@@ -146,7 +146,9 @@ TEST(PreserveSpaceTest, FirstTextWithContentAfterPreserveIsMarkedWhereverItIs) {
   };
   for (const auto& c : cases) EXPECT_EQ(PreservedTexts(Pack(c.xml)), c.marks) << c.xml;
   for (const auto& r : Pack(cases[0].xml).read.records)
-    if (r.name != _T("#text")) EXPECT_EQ(r.flags[PackedRecord::PreservedText], 0);
+    if (r.name != _T("#text")) {
+      EXPECT_EQ(r.flags[PackedRecord::PreservedText], 0);
+    }
 }
 
 TEST(PreserveSpaceTest, StateAndRecordIndexCarryIntoASecondRun) {

@@ -10,8 +10,8 @@
 
 using namespace xercesc;
 
-AbstractDOMParser::ValSchemes g_nValidationScheme = AbstractDOMParser::Val_Never;
-bool g_bDoNamespaces = false;
+std::atomic<AbstractDOMParser::ValSchemes> g_nValidationScheme{AbstractDOMParser::Val_Never};
+const bool g_bDoNamespaces = false;
 
 CGenXMLInterface::CGenXMLInterface(CString strXmlFile, int, CString)
     : m_strXmlFile(std::move(strXmlFile)),
@@ -24,7 +24,7 @@ CGenXMLInterface::CGenXMLInterface(CString strXmlFile, int, CString)
       m_pParser(nullptr),
       m_pDocNode(nullptr),
       m_nStartDepth(0) {
-  g_nValidationScheme = AbstractDOMParser::Val_Never;
+  g_nValidationScheme.store(AbstractDOMParser::Val_Never, std::memory_order_relaxed);
   try {
     m_pParser = new CSharedDOMParser;  // through the parser library's allocator
   } catch (const XMLException&) {
@@ -74,7 +74,7 @@ CGenXMLInterface::~CGenXMLInterface() {
 int CGenXMLInterface::PreParseForSize(int& nSize) {
   m_pDocNode = nullptr;
   if (m_pParser == nullptr) AfxThrowMemoryException();
-  m_pParser->setValidationScheme(g_nValidationScheme);
+  m_pParser->setValidationScheme(g_nValidationScheme.load(std::memory_order_relaxed));
   m_pParser->setDoNamespaces(g_bDoNamespaces);
   LocalFileInputSource source(m_strXmlFile.GetString(), XMLPlatformUtils::fgMemoryManager);
   m_pParser->parse(source);

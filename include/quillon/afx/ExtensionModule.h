@@ -21,6 +21,12 @@ struct AFX_RESOURCE_DIRECTORY {
 inline HINSTANCE AfxResourceHandle(const AFX_RESOURCE_DIRECTORY& directory) {
   return reinterpret_cast<HINSTANCE>(const_cast<AFX_RESOURCE_DIRECTORY*>(&directory));
 }
+#if !defined(_WIN32)
+// The resources of the module being built, which its string table defines under this name, as
+// a resource compiler puts them into a Windows module's image: the class library's start code
+// (afx/DllModule.cpp) hands them to the module as its instance handle.
+extern const AFX_RESOURCE_DIRECTORY afxModuleResources;
+#endif
 class CString;
 // Loads string resource nID of the module into str; FALSE when the module has none.
 AFX_CORE_API BOOL AFXAPI AfxLoadStringResource(HINSTANCE hInstance, UINT nID, CString& str);
