@@ -1,48 +1,31 @@
 #include "cli/Errors.h"
 
 #include <cstdio>
-#include <exception>
 
-#include <xercesc/dom/DOMException.hpp>
-#include <xercesc/sax/SAXParseException.hpp>
-#include <xercesc/util/XMLException.hpp>
-
-#include "quillon/afx.h"
-
-using namespace xercesc;
+#include "cli/Input.h"
+#include "cli/Output.h"
+#include "quillon/Failure.h"
 
 namespace {
 
-std::string OneLine(std::string text) {
-  for (char& c : text)
-    if (c == '\n' || c == '\r') c = ' ';
-  return text;
-}
-
 void Print(const std::string& where, const std::string& message) {
-  std::fprintf(stderr, "%s: error: %s\n", where.c_str(), OneLine(message).c_str());
+  std::fprintf(stderr, "%s: error: %s\n", where.c_str(), message.c_str());
 }
 
 }  // namespace
 
-void ReportCurrentException(const std::string& file) {
+void ReportCurrentException(const std::string& file, const ParserSafety& safety) {
   try {
     throw;
-  } catch (const SAXParseException& e) {
-    Print(file + ":" + std::to_string(e.getLineNumber()) + ":" + std::to_string(e.getColumnNumber()),
-          CW2A(e.getMessage()).str());
-  } catch (const XMLException& e) {
-    Print(file, CW2A(e.getMessage()).str());
-  } catch (const DOMException& e) {
-    Print(file, CW2A(e.getMessage()).str());
-  } catch (CException* e) {
-    TCHAR message[256];
-    e->GetErrorMessage(message, 256);
-    e->Delete();
-    Print(file, CW2A(message).str());
-  } catch (const std::exception& e) {
-    Print(file, e.what());
+  } catch (const OutputError& e) {
+    Print(e.Where(), e.what());
   } catch (...) {
-    Print(file, "unexpected failure");
+    quillon::Failure failure = quillon::DescribeCurrentException();
+    // A refused entity reads as a missing file: say who refused it.
+    if (failure.kind == quillon::Failure::Kind::kParse && !safety.RefusedEntity().IsEmpty())
+      failure.message = "external entity '" + Utf8(safety.RefusedEntity()) +
+                        "' not loaded: the safe defaults load nothing external (--allow-external loads it)";
+    Print(failure.line ? file + ":" + std::to_string(failure.line) + ":" + std::to_string(failure.column) : file,
+          failure.message);
   }
 }

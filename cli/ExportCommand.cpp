@@ -2,7 +2,10 @@
 //
 // Streams the units through the library's unit reader, in document order and constant memory:
 // jsonl and tsv are the forms `units` prints, a unit (or a variant) a line; moses writes the two
-// line-aligned text files of a language pair that machine-translation training reads.
+// line-aligned text files of a language pair that machine-translation training reads. Standard
+// output gets each unit as it is read; a file appears only once the whole document is read.
+#include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <memory>
 
@@ -46,6 +49,10 @@ void WriteUnits(CTmxUnitReader& reader, bool bJson, Output& out, Progress& progr
   });
 }
 
+std::string MosesFile(const ExportOptions& options, int nLanguage) {
+  return options.output + "." + options.pair[static_cast<size_t>(nLanguage)];
+}
+
 // The segment of the unit's first variant in the language (compared as the reader compares
 // languages) whose segment, with each line break and tab made a space and then trimmed, is not
 // empty. False when there is none.
@@ -74,7 +81,7 @@ bool ParallelSegment(const CTmxUnitReader& reader, const CString& strLanguage, C
 
 void WriteParallelText(CTmxUnitReader& reader, const ExportOptions& options, Progress& progress) {
   const CString strFirst(options.pair[0].c_str()), strSecond(options.pair[1].c_str());
-  OutputFile first(options.output + "." + options.pair[0]), second(options.output + "." + options.pair[1]);
+  OutputFile first(MosesFile(options, 0)), second(MosesFile(options, 1));
   long long nWritten = 0, nSkipped = 0;
   CString firstLine, secondLine;
   ForEachUnit(reader, progress, [&](const CTmxUnitReader& unit) {
@@ -88,7 +95,9 @@ void WriteParallelText(CTmxUnitReader& reader, const ExportOptions& options, Pro
   });
   first.Close();
   second.Close();
-  std::fprintf(stderr, "%lld units written, %lld skipped\n", nWritten, nSkipped);
+  first.Commit();
+  second.Commit();
+  if (!options.bQuiet) std::fprintf(stderr, "%lld units written, %lld skipped\n", nWritten, nSkipped);
 }
 
 void RunExport(const ExportOptions& options, Output& out, ParserSafety& safety) {
@@ -104,7 +113,29 @@ void RunExport(const ExportOptions& options, Output& out, ParserSafety& safety) 
   reader->Open(input);
   if (options.format == "moses") return WriteParallelText(*reader, options, progress);
   WriteUnits(*reader, options.format == "jsonl", file ? file->Out() : out, progress);
-  if (file) file->Close();
+  if (file) {
+    file->Close();
+    file->Commit();
+  }
+}
+
+// Language codes end the moses files' names, so they must name nothing but the language:
+// letters, digits, -, _ and @ (as in sr@latin).
+bool CanEndFileName(const std::string& language) {
+  return !language.empty() && std::all_of(language.begin(), language.end(), [](unsigned char c) {
+    return std::isalnum(c) || c == '-' || c == '_' || c == '@';
+  });
+}
+
+void CheckMosesOptions(const ExportOptions& options) {
+  if (options.pair.empty() || options.output.empty())
+    throw CLI::ValidationError("--format moses", "needs --pair FIRST SECOND and -o PREFIX");
+  if (CString(options.pair[0].c_str()).CompareNoCase(CString(options.pair[1].c_str())) == 0)
+    throw CLI::ValidationError("--format moses", "needs two different languages, not " + options.pair[0] + " twice");
+  for (const std::string& language : options.pair)
+    if (!CanEndFileName(language))
+      throw CLI::ValidationError("--format moses", "'" + language + "' cannot end a file name: a language code of "
+                                                   "letters, digits, -, _ and @ can");
 }
 
 }  // namespace
@@ -117,14 +148,15 @@ void AddExportCommand(CLI::App& app, PendingRun& pending, ParserSafety& safety) 
                                                 "tsv: a variant a line, as `units` prints it; moses: PREFIX.FIRST "
                                                 "and PREFIX.SECOND, a segment a line (needs --pair and -o)")
       ->type_name("FORMAT")->check(CLI::IsMember({"jsonl", "tsv", "moses"}).description(""));
-  cmd->add_option("-o", options->output, "Write to this file (for moses, this prefix) instead of standard output")
+  cmd->add_option("-o,--output", options->output,
+                  "Write to this file (for moses, this prefix) instead of standard output, once the whole "
+                  "document is read")
       ->type_name("OUT");
-  cmd->add_flag("--quiet", options->bQuiet, "No progress line on a terminal");
+  cmd->add_flag("--quiet", options->bQuiet, "No progress line on a terminal, no summary of a moses export");
   AllowExternal(cmd, safety);
   cmd->add_option("SOURCE", options->source, "TMX file, or - for standard input")->required();
   cmd->callback([options, &pending] {
-    if (options->format == "moses" && (options->pair.empty() || options->output.empty()))
-      throw CLI::ValidationError("--format moses", "needs --pair FIRST SECOND and -o PREFIX");
+    if (options->format == "moses") CheckMosesOptions(*options);
     pending.input = options->source;
     pending.run = [options](Output& out, ParserSafety& safety) { RunExport(*options, out, safety); };
   });

@@ -1,31 +1,17 @@
 #include "cli/Output.h"
 
 #include <bit>
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
-#include <stdexcept>
 
 #include "cli/Platform.h"
+#include "quillon/Utf8.h"
 
 namespace {
 
 constexpr size_t kMaxBytesPerUnit = 6;  // \u001f, the longest escape; a code point takes at most 3 a unit
 constexpr size_t kSlice = 1 << 16;      // code units converted per reservation
-
-char* AppendCodePoint(char* p, char32_t c) {
-  if (c < 0x800) {
-    *p++ = static_cast<char>(0xC0 | (c >> 6));
-  } else if (c < 0x10000) {
-    *p++ = static_cast<char>(0xE0 | (c >> 12));
-    *p++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-  } else {
-    *p++ = static_cast<char>(0xF0 | (c >> 18));
-    *p++ = static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-    *p++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-  }
-  *p++ = static_cast<char>(0x80 | (c & 0x3F));
-  return p;
-}
 
 // Four UTF-16 code units in one 64-bit word, lane by lane: most text is plain ASCII, which goes
 // out four units at a time.
@@ -53,10 +39,17 @@ size_t CopyPlainAscii(LPCTSTR psz, size_t nLength, char*& p, Plain plain) {
   return i;
 }
 
-bool IsHighSurrogate(char32_t c) { return c >= 0xD800 && c <= 0xDBFF; }
-bool IsLowSurrogate(char32_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
-
 }  // namespace
+
+OutputError::OutputError(std::string where, const std::string& what, int nError)
+    : std::runtime_error(what + " (" + std::strerror(nError) + ")"), m_where(std::move(where)) {}
+
+Output::~Output() {
+  try {
+    Flush();
+  } catch (const OutputError&) {
+  }
+}
 
 char* Output::Reserve(size_t n) {
   if (m_nUsed + n > kCapacity) Flush();
@@ -66,7 +59,7 @@ char* Output::Reserve(size_t n) {
 Output& Output::Raw(const char* p, size_t n) {
   if (n > kCapacity / 2) {  // large blocks go out directly, not through the buffer
     Flush();
-    std::fwrite(p, 1, n, m_file);
+    Write(p, n);
   } else {
     std::memcpy(Reserve(n), p, n);
     m_nUsed += n;
@@ -75,8 +68,18 @@ Output& Output::Raw(const char* p, size_t n) {
 }
 
 void Output::Flush() {
-  if (m_nUsed) std::fwrite(m_buffer.get(), 1, m_nUsed, m_file);
+  const size_t n = m_nUsed;
   m_nUsed = 0;
+  Write(m_buffer.get(), n);
+}
+
+void Output::Write(const char* p, size_t n) {
+  if (n && std::fwrite(p, 1, n, m_file) != n) throw OutputError(m_name, "cannot write", errno);
+}
+
+void Output::Finish() {
+  Flush();
+  if (std::fflush(m_file) != 0 || std::ferror(m_file)) throw OutputError(m_name, "cannot write", errno);
 }
 
 // Converts to UTF-8 (a lone surrogate becomes U+FFFD), a slice at a time so that any text fits
@@ -85,23 +88,18 @@ void Output::Flush() {
 template <class Escape, class Plain>
 Output& Output::Utf8(LPCTSTR psz, size_t nLength, Escape escape, Plain plain) {
   for (size_t i = 0; i < nLength;) {
-    size_t nEnd = i + std::min(kSlice, nLength - i);
-    if (nEnd < nLength && IsHighSurrogate(psz[nEnd - 1])) nEnd++;  // keep a pair in one slice
-    char* const pStart = Reserve(kMaxBytesPerUnit * (nEnd - i));
+    const size_t nEnd = i + std::min(kSlice, nLength - i);  // a pair across the end goes whole
+    char* const pStart = Reserve(kMaxBytesPerUnit * (nEnd - i + 1));
     char* p = pStart;
-    for (; i < nEnd; i++) {
+    while (i < nEnd) {
       i += CopyPlainAscii(psz + i, nEnd - i, p, plain);
       if (i == nEnd) break;
-      char32_t c = psz[i];
-      if (c < 0x80) {
+      if (const char32_t c = psz[i]; c < 0x80) {
         if (!escape(c, p)) *p++ = static_cast<char>(c);
-        continue;
+        i++;
+      } else {
+        p = quillon::AppendUtf8(p, quillon::NextCodePoint(psz, nLength, i));
       }
-      if (IsHighSurrogate(c) && i + 1 < nLength && IsLowSurrogate(psz[i + 1]))
-        c = 0x10000 + ((c - 0xD800) << 10) + (psz[++i] - 0xDC00);
-      else if (IsHighSurrogate(c) || IsLowSurrogate(c))
-        c = 0xFFFD;
-      p = AppendCodePoint(p, c);
     }
     m_nUsed += static_cast<size_t>(p - pStart);
   }
@@ -141,14 +139,14 @@ Output& Output::Json(LPCTSTR psz, size_t nLength) {
 
 Output& Output::Field(const CString& str) {
   return Utf8(str.GetString(), static_cast<size_t>(str.GetLength()), [](char32_t c, char*& p) {
-    if (c > '\\' || (c != '\t' && c != '\n' && c != '\\')) return false;
     switch (c) {
       case '\\': p = Put(p, "\\\\"); return true;
       case '\t': p = Put(p, "\\t"); return true;
       case '\n': p = Put(p, "\\n"); return true;
+      case '\r': p = Put(p, "\\r"); return true;
       default: return false;
     }
-  }, [](uint64_t v) { return !AnyEqual(v, '\t') && !AnyEqual(v, '\n') && !AnyEqual(v, '\\'); });
+  }, [](uint64_t v) { return !AnyBelow(v, '\r' + 1) && !AnyEqual(v, '\\'); });
 }
 
 Output& Output::Text(const CString& str) {
@@ -156,20 +154,26 @@ Output& Output::Text(const CString& str) {
               [](uint64_t) { return true; });
 }
 
-OutputFile::OutputFile(const std::string& path) : m_path(path), m_file(OpenFile(path, "wb")), m_out(m_file) {
-  if (m_file == nullptr) throw std::runtime_error("cannot create " + path);
+OutputFile::OutputFile(const std::string& path)
+    : m_path(path), m_file(CreateUniqueFile(path + ".quillon-", ".tmp", false, m_temporary)) {
+  if (m_file == nullptr) throw OutputError(path, "cannot create the file", errno);
+  m_pOut = std::make_unique<Output>(m_file, path);
 }
 
 OutputFile::~OutputFile() {
-  if (m_file == nullptr) return;
-  m_out.Flush();  // what was written before a failure stays written
-  std::fclose(m_file);
+  m_pOut.reset();
+  if (m_file) std::fclose(m_file);
+  if (!m_bCommitted) RemoveFile(m_temporary);
 }
 
 void OutputFile::Close() {
-  m_out.Flush();
-  const bool bWritten = std::ferror(m_file) == 0;
+  m_pOut->Finish();
   const bool bClosed = std::fclose(m_file) == 0;
   m_file = nullptr;
-  if (!bWritten || !bClosed) throw std::runtime_error("cannot write " + m_path);
+  if (!bClosed) throw OutputError(m_path, "cannot write", errno);
+}
+
+void OutputFile::Commit() {
+  if (!RenameFile(m_temporary, m_path)) throw OutputError(m_path, "cannot create the file", errno);
+  m_bCommitted = true;
 }

@@ -1,17 +1,30 @@
-// Streaming the tool's output: UTF-16 text straight into UTF-8, escaped for JSON or for the
-// tab-separated text format, flushed in large blocks.
+// The tool's output: UTF-16 text straight into UTF-8, escaped for JSON or for the tab-separated
+// text format, written in large blocks, every write checked.
 #pragma once
 
 #include <cstdio>
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 #include "quillon/afx.h"
 
+// A file or stream that could not be made or written: its name, and why.
+class OutputError : public std::runtime_error {
+ public:
+  OutputError(std::string where, const std::string& what, int nError);
+  const std::string& Where() const { return m_where; }
+
+ private:
+  std::string m_where;
+};
+
 class Output {
  public:
-  explicit Output(std::FILE* file) : m_file(file) {}
-  ~Output() { Flush(); }
+  // name is what an error line calls the output: <stdout>, or the file's path.
+  Output(std::FILE* file, std::string name) : m_file(file), m_name(std::move(name)) {}
+  // Writes out what is left, as far as it goes: after a failure, what came before it stays.
+  ~Output();
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;
 
@@ -22,35 +35,44 @@ class Output {
   // A JSON string literal, quotes included.
   Output& Json(LPCTSTR psz, size_t nLength);
   Output& Json(const CString& str) { return Json(str.GetString(), static_cast<size_t>(str.GetLength())); }
-  // A field of the text format: backslash, tab and line feed as \\, \t and \n.
+  // A field of the text format: backslash, tab, line feed and carriage return as \\, \t, \n and \r.
   Output& Field(const CString& str);
   // The text as it is.
   Output& Text(const CString& str);
-  void Flush();
+  // Writes out everything and makes sure the system took it.
+  void Finish();
 
  private:
   static constexpr size_t kCapacity = 1 << 20;
   // Room for n more bytes, flushing first when the buffer lacks it (n is at most kCapacity).
   char* Reserve(size_t n);
+  void Flush();
+  void Write(const char* p, size_t n);
   template <class Escape, class Plain>
   Output& Utf8(LPCTSTR psz, size_t nLength, Escape escape, Plain plain);
 
   std::FILE* m_file;
+  std::string m_name;
   std::unique_ptr<char[]> m_buffer{new char[kCapacity]};
   size_t m_nUsed = 0;
 };
 
-// An output file that a command writes: created (or emptied) at once, checked when closed.
+// A file that a command writes, made beside its target under a temporary name: Commit gives it
+// the target's name once all of it is written, and a file never committed is removed.
 class OutputFile {
  public:
   explicit OutputFile(const std::string& path);
   ~OutputFile();
-  Output& Out() { return m_out; }
-  // Flushes and closes; a failed write raises, naming the file.
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+  Output& Out() { return *m_pOut; }
+  // Finishes and closes the file; Commit then renames it.
   void Close();
+  void Commit();
 
  private:
-  std::string m_path;
+  std::string m_path, m_temporary;
   std::FILE* m_file;
-  Output m_out;
+  std::unique_ptr<Output> m_pOut;
+  bool m_bCommitted = false;
 };

@@ -1,6 +1,5 @@
 // quillon size [--json] XML, quillon pack [-o OUT] XML, quillon dump [--json] IMAGE
 #include <cstdio>
-#include <fstream>
 #include <memory>
 
 #include <nlohmann/json.hpp>
@@ -49,15 +48,7 @@ void RunPack(const PackOptions& options, Output& out, ParserSafety& safety) {
   OutputFile file(options.output);
   file.Out().Raw(pImage, nLength);
   file.Close();
-}
-
-std::string ReadImageFile(const std::string& path) {
-  if (path == "-") {
-    const std::vector<BYTE> bytes = ReadStandardInput();
-    return std::string(bytes.begin(), bytes.end());
-  }
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
+  file.Commit();
 }
 
 void RenderText(const quillon::PackedImage& image, Output& out) {
@@ -98,8 +89,8 @@ void RenderJson(const quillon::PackedImage& image, Output& out) {
 }
 
 void RunDump(const PackOptions& options, Output& out, ParserSafety&) {
-  const std::string bytes = ReadImageFile(options.input);
-  const auto image = quillon::ReadPackedImage(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+  const std::vector<BYTE> bytes = InputFile(options.input).ReadAll();
+  const auto image = quillon::ReadPackedImage(bytes.data(), bytes.size());
   options.bJson ? RenderJson(image, out) : RenderText(image, out);
 }
 
@@ -110,7 +101,8 @@ CLI::App* AddCommand(CLI::App& app, PendingRun& pending, const char* name, const
   CLI::App* cmd = app.add_subcommand(name, description);
   if (bJson) cmd->add_flag("--json", options->bJson, "Print one JSON object");
   if (bOutput)
-    cmd->add_option("-o", options->output, "Write the image to this file instead of standard output")->type_name("OUT");
+    cmd->add_option("-o,--output", options->output, "Write the image to this file instead of standard output")
+        ->type_name("OUT");
   cmd->add_option(name == std::string("dump") ? "IMAGE" : "XML", options->input, inputHelp)->required();
   cmd->callback([options, run, &pending, bOutput] {
     if (bOutput && options->output.empty() && IsTerminal(stdout))  // as compressors do

@@ -12,6 +12,7 @@ class ParserSafety {
   void Apply(Parser* pParser) {
     if (!bAllowExternal) m_safe.Apply(pParser);
   }
+  const CString& RefusedEntity() const { return m_safe.GetRefusedEntity(); }
 
  private:
   CSafeParsing m_safe;

@@ -1,26 +1,34 @@
 #include "cli/Platform.h"
 
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <filesystem>
+
+// The class library's headers declare the Windows types differently from the platform's own,
+// which this file uses there.
 #if defined(_WIN32)
 #include <windows.h>  // before shellapi.h, which relies on it
 
 #include <fcntl.h>
 #include <io.h>
-#include <sys/stat.h>
 #include <shellapi.h>
+#include <sys/stat.h>
 
-#include <cstdio>
+#include <cwchar>
+
+#include "quillon/Utf8.h"
 
 // The wide command line: the narrow argv holds only what the code page can say.
 std::vector<std::string> Utf8Arguments(int, char**) {
   int argc = 0;
   wchar_t** argv = CommandLineToArgvW(GetCommandLineW(), &argc);
-  std::vector<std::string> arguments;
-  for (int i = 0; i < argc; i++) {
-    const int nBytes = WideCharToMultiByte(CP_UTF8, 0, argv[i], -1, nullptr, 0, nullptr, nullptr);
-    std::string argument(nBytes > 0 ? nBytes - 1 : 0, '\0');
-    WideCharToMultiByte(CP_UTF8, 0, argv[i], -1, argument.data(), nBytes, nullptr, nullptr);
-    arguments.push_back(argument);
-  }
+  std::vector<std::string> arguments(static_cast<size_t>(argc));
+  for (int i = 0; i < argc; i++)
+    for (size_t k = 0, n = std::wcslen(argv[i]); k < n;) {
+      char bytes[4];
+      arguments[i].append(bytes, quillon::AppendUtf8(bytes, quillon::NextCodePoint(argv[i], n, k)));
+    }
   LocalFree(argv);
   return arguments;
 }
@@ -39,15 +47,37 @@ static std::wstring Wide(const std::string& text) {
 
 std::FILE* OpenFile(const std::string& path, const char* mode) { return _wfopen(Wide(path).c_str(), Wide(mode).c_str()); }
 
-std::FILE* CreateNewFile(const std::string& path) {
+std::FILE* CreateNewFile(const std::string& path, bool) {
   const int fd = _wopen(Wide(path).c_str(), _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY, _S_IREAD | _S_IWRITE);
   return fd < 0 ? nullptr : _fdopen(fd, "wb");
 }
 
+bool RenameFile(const std::string& from, const std::string& to) {
+  return MoveFileExW(Wide(from).c_str(), Wide(to).c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
+}
+
+void RemoveFile(const std::string& path) { _wremove(Wide(path).c_str()); }
+
+std::optional<uint64_t> RegularFileSize(std::FILE* file) {
+  struct _stat64 st;
+  if (_fstat64(_fileno(file), &st) != 0 || (st.st_mode & _S_IFMT) != _S_IFREG) return std::nullopt;
+  return static_cast<uint64_t>(st.st_size);
+}
+
+bool IsDirectory(std::FILE* file) {
+  struct _stat64 st;
+  return _fstat64(_fileno(file), &st) == 0 && (st.st_mode & _S_IFMT) == _S_IFDIR;
+}
+
 bool IsTerminal(std::FILE* file) { return _isatty(_fileno(file)) != 0; }
+
+std::string ParserPath(const std::string& path, std::FILE*) { return path; }
 #else
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include "quillon/afx.h"
 
 std::vector<std::string> Utf8Arguments(int argc, char** argv) { return {argv, argv + argc}; }
 
@@ -55,10 +85,48 @@ void UseBinaryStandardStreams() {}
 
 std::FILE* OpenFile(const std::string& path, const char* mode) { return std::fopen(path.c_str(), mode); }
 
-std::FILE* CreateNewFile(const std::string& path) {
-  const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+std::FILE* CreateNewFile(const std::string& path, bool bPrivate) {
+  const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL, bPrivate ? 0600 : 0666);
   return fd < 0 ? nullptr : fdopen(fd, "wb");
 }
 
+bool RenameFile(const std::string& from, const std::string& to) { return std::rename(from.c_str(), to.c_str()) == 0; }
+
+void RemoveFile(const std::string& path) { std::remove(path.c_str()); }
+
+std::optional<uint64_t> RegularFileSize(std::FILE* file) {
+  struct stat st;
+  if (fstat(fileno(file), &st) != 0 || !S_ISREG(st.st_mode)) return std::nullopt;
+  return static_cast<uint64_t>(st.st_size);
+}
+
+bool IsDirectory(std::FILE* file) {
+  struct stat st;
+  return fstat(fileno(file), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
 bool IsTerminal(std::FILE* file) { return isatty(fileno(file)) != 0; }
+
+// The parser takes paths as UTF-16 text: a name that is not UTF-8 would not survive the trip.
+std::string ParserPath(const std::string& path, std::FILE* file) {
+  if (CW2A(CA2W(path.c_str()).str().c_str()).str() == path) return path;
+  return "/proc/self/fd/" + std::to_string(fileno(file));
+}
 #endif
+
+std::string TemporaryFolder() {
+  const auto folder = std::filesystem::temp_directory_path().u8string();
+  return std::string(folder.begin(), folder.end());
+}
+
+// Named after the moment and a count, tried until a name is free.
+std::FILE* CreateUniqueFile(const std::string& stem, const std::string& suffix, bool bPrivate, std::string& path) {
+  static std::atomic<unsigned> nCount{0};
+  for (int nTries = 0; nTries < 100; nTries++) {
+    const auto tick = std::chrono::steady_clock::now().time_since_epoch().count();
+    path = stem + std::to_string(tick) + "-" + std::to_string(nCount++) + suffix;
+    if (std::FILE* file = CreateNewFile(path, bPrivate)) return file;
+    if (errno != EEXIST) break;
+  }
+  return nullptr;
+}

@@ -1,8 +1,11 @@
 // What the tool does differently on each platform: the command line as UTF-8, byte-exact
-// standard streams, files named in UTF-8, terminals.
+// standard streams, files named in UTF-8 (on Linux, in whatever bytes the system takes),
+// terminals.
 #pragma once
 
+#include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,9 +14,24 @@ std::vector<std::string> Utf8Arguments(int argc, char** argv);
 // The standard streams carry bytes as they are (no line-end translation).
 void UseBinaryStandardStreams();
 
-// fopen for a path given in UTF-8.
+// fopen for a path given as the command line gave it.
 std::FILE* OpenFile(const std::string& path, const char* mode);
-// A new file for writing, readable by its owner only; null when the name is taken.
-std::FILE* CreateNewFile(const std::string& path);
+// A new file for writing, only if no file has that name; readable by its owner only when bPrivate.
+std::FILE* CreateNewFile(const std::string& path, bool bPrivate);
+// A new file named stem + something unique + suffix, whose path goes to path; null (and errno)
+// when none can be made.
+std::FILE* CreateUniqueFile(const std::string& stem, const std::string& suffix, bool bPrivate, std::string& path);
+// Gives from the name to, replacing any file there; false when it cannot.
+bool RenameFile(const std::string& from, const std::string& to);
+void RemoveFile(const std::string& path);
+// The folder for temporary files, in UTF-8.
+std::string TemporaryFolder();
 
+// The size of an open regular file; none for anything else (a pipe, a terminal).
+std::optional<uint64_t> RegularFileSize(std::FILE* file);
+bool IsDirectory(std::FILE* file);
 bool IsTerminal(std::FILE* file);
+
+// A path by which the parser opens the open file named path: the name itself when the parser
+// can take it (UTF-8, as every Windows name is), else, on Linux, the file's descriptor.
+std::string ParserPath(const std::string& path, std::FILE* file);

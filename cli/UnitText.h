@@ -1,6 +1,6 @@
 // The text forms of a unit that `units` and `export` share, so that their outputs agree byte
 // for byte: the JSON object {"key":K,"variants":[{"language":…,"segment":…,"note":…},…]} and the
-// tab-separated lines KEY LANGUAGE SEGMENT NOTE, one a variant.
+// tab-separated lines KEY LANGUAGE SEGMENT NOTE, one a variant (escaped as Output::Field says).
 #pragma once
 
 #include "cli/Output.h"

@@ -69,7 +69,8 @@ void AddUnitsCommand(CLI::App& app, PendingRun& pending, ParserSafety& safety) {
       "Units come in the map's own order (hash buckets), not by key. Keys follow each builder's rule: with --pair\n"
       "every node of body counts (whitespace and comments too: 0, 2, 4, ...), with --all only tu elements; --pair\n"
       "takes a segment's whole text, --all only the text before its first inline element. A line is a variant:\n"
-      "KEY, LANGUAGE, SEGMENT and NOTE separated by tabs, with backslash, tab and line feed as \\\\, \\t and \\n.");
+      "KEY, LANGUAGE, SEGMENT and NOTE separated by tabs, with backslash, tab, line feed and carriage return as\n"
+      "\\\\, \\t, \\n and \\r.");
   cmd->add_option("SOURCE", options->source, "TMX file, or - for standard input")->required();
   cmd->callback([options, &pending] {
     pending.input = options->source;

@@ -6,7 +6,6 @@
 
 #include "cli/Command.h"
 #include "cli/Errors.h"
-#include "cli/Input.h"
 #include "cli/Platform.h"
 #include "quillon/Version.h"
 
@@ -70,11 +69,11 @@ int main(int argc, char** argv) {
     return 2;
   }
   try {
-    RequireReadable(pending.input);
-    Output out(stdout);
+    Output out(stdout, "<stdout>");
     pending.run(out, safety);
+    out.Finish();
   } catch (...) {
-    ReportCurrentException(DisplayName(pending.input));
+    ReportCurrentException(DisplayName(pending.input), safety);
     return 1;
   }
   return 0;

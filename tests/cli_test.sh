@@ -73,7 +73,25 @@ expect export-late-error 1 "^[{]\"key\":0,.*$N[{]\"key\":2,.*$N\$" "^$tmp/late.t
 printf '<tmx><body>\n<tu><tuv lang="en"><seg> a\r\nb\tc </seg></tuv><tuv lang="de"><seg>x</seg></tuv></tu>\n<tu><tuv lang="en"><seg>only</seg></tuv><tuv lang="de"><seg> </seg></tuv></tu></body></tmx>' >"$tmp/par.tmx"
 expect export-moses 0 '^$' "^1 units written, 1 skipped$N\$" -- "$quillon" export --format moses --pair EN de -o "$tmp/par" "$tmp/par.tmx"
 [ "$(cat "$tmp/par.EN")|$(cat "$tmp/par.de")" = "a b c|x" ] && passed=$((passed + 1)) || { failed=$((failed + 1)); echo "FAIL moses-files"; }
+expect export-moses-quiet 0 '^$' '^$' -- "$quillon" export --format moses --pair EN de --quiet -o "$tmp/par" "$tmp/par.tmx"
 expect export-moses-needs-pair 2 '^$' 'needs --pair' -- "$quillon" export --format moses -o "$tmp/p" examples/sample.tmx
+expect export-moses-one-language 2 '^$' 'needs two different languages' -- "$quillon" export --format moses --pair en-US EN-us -o "$tmp/p" examples/sample.tmx
+for language in ../x a/b; do
+  expect "export-moses-language-$language" 2 '^$' "'$language' cannot end a file name" \
+    -- "$quillon" export --format moses --pair en "$language" -o "$tmp/p" examples/sample.tmx
+done
+# -o writes beside the target and renames only a complete file; standard output gets the units
+# before the error.
+printf 'kept' >"$tmp/kept.jsonl"
+expect export-late-error-file 1 '^$' "^$tmp/late.tmx:4:[0-9]+: error: " -- "$quillon" export --output "$tmp/kept.jsonl" "$tmp/late.tmx"
+expect export-late-error-moses 1 '^$' "^$tmp/late.tmx:4:[0-9]+: error: " -- "$quillon" export --format moses --pair en de -o "$tmp/late" "$tmp/late.tmx"
+expect export-to-file 0 '^$' '^$' -- "$quillon" export -o "$tmp/all.jsonl" examples/sample.tmx
+[ "$(cat "$tmp/kept.jsonl")" = kept ] && [ ! -e "$tmp/late.en" ] && [ "$(wc -l <"$tmp/all.jsonl")" = 12 ] &&
+  ! ls "$tmp" | grep -q quillon- && passed=$((passed + 1)) || { failed=$((failed + 1)); echo "FAIL output-files"; ls "$tmp"; }
+printf '<tmx><body>\n<tu><tuv lang="en"><seg>a&#13;b</seg></tuv></tu></body></tmx>' >"$tmp/cr.tmx"
+for command in units "export --format tsv"; do
+  expect "carriage-return-$command" 0 "^0${T}en${T}a[\\\\]rb${T}$N\$" '^$' -- "$quillon" $command "$tmp/cr.tmx"
+done
 expect export-bad-format 2 '^$' '.' -- "$quillon" export --format xml examples/sample.tmx
 expect languages-stream 0 "^de-DE${N}en-US${N}fr-FR${N}ja-JP${N}\$" '^$' -- "$quillon" languages --stream examples/sample.tmx
 
@@ -108,13 +126,38 @@ printf 's3cret' >"$tmp/secret.txt"
 # The entity's path is relative to the document.
 printf '<!DOCTYPE tmx [<!ENTITY x SYSTEM "secret.txt">]><tmx><body>\n<tu><tuv lang="en"><seg>&x;</seg></tuv></tu></body></tmx>' \
   >"$tmp/xxe.tmx"
-expect external-entity-refused 1 '^$' "^$tmp/xxe.tmx:2:[0-9]+: error: unable to open external entity" -- "$quillon" units "$tmp/xxe.tmx"
+refused="error: external entity 'secret.txt' not loaded: the safe defaults load nothing external \\(--allow-external loads it\\)$N\$"
+expect external-entity-refused 1 '^$' "^$tmp/xxe.tmx:2:[0-9]+: $refused" -- "$quillon" units "$tmp/xxe.tmx"
+expect external-entity-refused-stream 1 '^$' "^$tmp/xxe.tmx:2:[0-9]+: $refused" -- "$quillon" export "$tmp/xxe.tmx"
 expect external-entity-allowed 0 "^0${T}en${T}s3cret${T}$N\$" '^$' -- "$quillon" units --allow-external "$tmp/xxe.tmx"
 laughs='<!DOCTYPE t [<!ENTITY a0 "lol">'
 for i in 1 2 3 4 5 6 7 8 9; do laughs+="<!ENTITY a$i \"$(for k in 1 2 3 4 5 6 7 8 9 10; do printf '&a%d;' $((i - 1)); done)\">"; done
 printf '%s]><t>&a9;</t>' "$laughs" >"$tmp/laughs.xml"
 expect laughs-languages 1 '^$' "entity expansions" -- timeout 120 "$quillon" languages "$tmp/laughs.xml"
 expect laughs-size 1 '^$' "entity expansions" -- timeout 120 "$quillon" size "$tmp/laughs.xml"
+
+# Failed writes and reads are errors, and a position is given only where the parser has one.
+printf '<?xml v\xe2n>' >"$tmp/first-line.tmx"
+expect no-position 1 '^$' "^$tmp/first-line.tmx: error: unable to decode first line" -- "$quillon" export "$tmp/first-line.tmx"
+if [ -z "${QUILLON_EMULATED:-}" ]; then
+  for command in "languages examples/sample.tmx" "units examples/sample.tmx" "export examples/sample.tmx" \
+                 "size examples/sample.xml" "pack examples/sample.xml" "dump $tmp/w.img"; do
+    expect "full-disk $command" 1 '.*' "^<stdout>: error: cannot write \\(No space left on device\\)$N\$" \
+      -- sh -c "exec \"\$0\" $command >/dev/full" "$quillon"
+  done
+  for command in languages units export size pack dump; do
+    STDIN=$tmp expect "stdin-read-error $command" 1 '^$' "^<stdin>: error: cannot read \\(Is a directory\\)$N\$" -- "$quillon" $command -
+  done
+  # A name that is not UTF-8 names a file all the same.
+  odd=$tmp/$'\xff'
+  cp examples/sample.tmx "$odd.tmx" && cp examples/sample.xml "$odd.xml"
+  for command in languages units export; do
+    [ "$("$quillon" $command "$odd.tmx")" = "$("$quillon" $command examples/sample.tmx)" ] && passed=$((passed + 1)) ||
+      { failed=$((failed + 1)); echo "FAIL odd-name $command"; }
+  done
+  [ "$("$quillon" pack "$odd.xml" | od -c)" = "$("$quillon" pack examples/sample.xml | od -c)" ] && passed=$((passed + 1)) ||
+    { failed=$((failed + 1)); echo "FAIL odd-name pack"; }
+fi
 
 echo "$passed passed, $failed failed"
 [ "$failed" = 0 ]
