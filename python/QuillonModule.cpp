@@ -1,6 +1,6 @@
 // The quillon Python module: the library's streaming TMX reader and its XML packer. The parser
-// works with the interpreter lock released; units and records are struct sequences (tuples with
-// named fields, made at C speed), their texts Python strings converted from UTF-16 directly.
+// works with the interpreter lock released; units and records are named tuples made at C speed,
+// their texts Python strings converted from UTF-16 directly.
 #include <pybind11/pybind11.h>
 
 #include <algorithm>
@@ -9,13 +9,10 @@
 #include <string>
 #include <vector>
 
-#include <xercesc/dom/DOMException.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
-#include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/util/BinInputStream.hpp>
-#include <xercesc/util/OutOfMemoryException.hpp>
-#include <xercesc/util/XMLException.hpp>
 
+#include "quillon/Failure.h"
 #include "quillon/GenXMLInterface.h"
 #include "quillon/PackedImage.h"
 #include "quillon/SafeParsing.h"
@@ -26,30 +23,31 @@ using namespace xercesc;
 
 namespace {
 
-// ---- Results: struct sequence types, made once -------------------------------------------------
-
-PyTypeObject* NewRecordType(const char* pszName, const char* pszDoc, std::vector<PyStructSequence_Field>&& fields) {
-  static std::vector<std::unique_ptr<std::vector<PyStructSequence_Field>>> kept;  // the type points at them
-  fields.push_back({nullptr, nullptr});
-  kept.push_back(std::make_unique<std::vector<PyStructSequence_Field>>(std::move(fields)));
-  static std::vector<std::unique_ptr<PyStructSequence_Desc>> descriptions;
-  descriptions.push_back(std::make_unique<PyStructSequence_Desc>(PyStructSequence_Desc{
-      pszName, pszDoc, kept.back()->data(), static_cast<int>(kept.back()->size() - 1)}));
-  PyTypeObject* pType = PyStructSequence_NewType(descriptions.back().get());
-  if (pType == nullptr) throw py::error_already_set();
-  return pType;
-}
-
-PyTypeObject* g_pUnit;
-PyTypeObject* g_pVariant;
-PyTypeObject* g_pRecord;
-PyTypeObject* g_pFlags;
-PyObject* g_pParseError;
+// ---- Results: named tuples ---------------------------------------------------------------------
 
 // A new reference, or an exception.
 PyObject* Checked(PyObject* pObject) {
   if (pObject == nullptr) throw py::error_already_set();
   return pObject;
+}
+
+// A collections.namedtuple class of the module, with its documentation.
+py::object NewRecordType(const char* pszName, const char* pszDoc, const std::vector<const char*>& fields) {
+  py::list names;
+  for (const char* pszField : fields) names.append(pszField);
+  py::object type = py::module_::import("collections").attr("namedtuple")(pszName, names, py::arg("module") = "quillon");
+  type.attr("__doc__") = pszDoc;
+  return type;
+}
+
+py::object g_unit, g_variant, g_record, g_flags;  // kept for the life of the process, as the module is
+PyObject* g_pParseError;
+
+// An instance of a named tuple class with n fields, which PyTuple_SET_ITEM then sets. It is
+// made as the interpreter makes tuples, without a call of the class's Python constructor.
+PyObject* NewRecord(const py::object& type, Py_ssize_t n) {
+  auto* pType = reinterpret_cast<PyTypeObject*>(type.ptr());
+  return Checked(pType->tp_alloc(pType, n));
 }
 
 // UTF-16 to a Python string, made at its final width and filled directly when the text has no
@@ -73,12 +71,14 @@ PyObject* NewStr(const CString& str) { return NewStr(str.GetString(), static_cas
 
 // ---- Errors ------------------------------------------------------------------------------------
 
-std::string Utf8(const XMLCh* psz) { return CW2A(psz).str(); }
-
-[[noreturn]] void RaiseParseError(const std::string& message, const py::object& path, py::object line, py::object column) {
-  std::string text = message;
-  if (!path.is_none()) text = py::str(path).cast<std::string>() + (line.is_none() ? "" : ":" + py::str(line).cast<std::string>() + ":" + py::str(column).cast<std::string>()) + ": " + message;
-  py::object error = py::reinterpret_steal<py::object>(Checked(PyObject_CallFunction(g_pParseError, "s", text.c_str())));
+[[noreturn]] void RaiseParseError(const std::string& message, const py::object& path, unsigned long long nLine,
+                                  unsigned long long nColumn) {
+  const py::object line = nLine ? py::object(py::int_(nLine)) : py::none();
+  const py::object column = nLine ? py::object(py::int_(nColumn)) : py::none();
+  py::object text = py::str(message);
+  if (!path.is_none())
+    text = nLine ? py::str("{}:{}:{}: {}").format(path, line, column, text) : py::str("{}: {}").format(path, text);
+  py::object error = py::reinterpret_steal<py::object>(Checked(PyObject_CallOneArg(g_pParseError, text.ptr())));
   error.attr("path") = path;
   error.attr("line") = line;
   error.attr("column") = column;
@@ -87,32 +87,34 @@ std::string Utf8(const XMLCh* psz) { return CW2A(psz).str(); }
   throw py::error_already_set();
 }
 
-// What a read threw, as the Python exception that says it.
-[[noreturn]] void Raise(std::exception_ptr error, const py::object& path) {
+// What a read threw, as the Python exception that says it: what Python raised (a file object's
+// read) as it is, a parse error as ParseError. safety, when given, names what it refused.
+[[noreturn]] void Raise(std::exception_ptr error, const py::object& path, const CSafeParsing* pSafety) {
   try {
     std::rethrow_exception(error);
-  } catch (const SAXParseException& e) {
-    RaiseParseError(Utf8(e.getMessage()), path, py::int_(e.getLineNumber()), py::int_(e.getColumnNumber()));
-  } catch (const OutOfMemoryException&) {
-    throw std::bad_alloc();
-  } catch (const XMLException& e) {
-    RaiseParseError(Utf8(e.getMessage()), path, py::none(), py::none());
-  } catch (const DOMException& e) {
-    RaiseParseError(Utf8(e.getMessage()), path, py::none(), py::none());
-  } catch (CMemoryException* e) {
-    e->Delete();
-    throw std::bad_alloc();
-  } catch (CException* e) {
-    TCHAR message[256];
-    e->GetErrorMessage(message, 256);
-    e->Delete();
-    throw std::runtime_error(Utf8(message));
+  } catch (const py::error_already_set&) {
+    throw;
+  } catch (const py::builtin_exception&) {
+    throw;
+  } catch (...) {
+    quillon::Failure failure = quillon::DescribeCurrentException();
+    switch (failure.kind) {
+      case quillon::Failure::Kind::kParse:
+        if (pSafety && !pSafety->GetRefusedEntity().IsEmpty())
+          failure.message = "external entity '" + CW2A(pSafety->GetRefusedEntity()).str() +
+                            "' not loaded: safe=True loads nothing external (safe=False loads it)";
+        RaiseParseError(failure.message, path, failure.line, failure.column);
+      case quillon::Failure::Kind::kMemory:
+        throw std::bad_alloc();
+      default:
+        throw std::runtime_error(failure.message);
+    }
   }
 }
 
 // Runs work with the interpreter lock released; what it throws is raised once the lock is back.
 template <class Work>
-auto WithoutLock(const py::object& path, Work work) {
+auto WithoutLock(const py::object& path, const CSafeParsing* pSafety, Work work) {
   std::exception_ptr error;
   std::optional<decltype(work())> result;
   {
@@ -123,7 +125,7 @@ auto WithoutLock(const py::object& path, Work work) {
       error = std::current_exception();
     }
   }
-  if (error) Raise(error, path);
+  if (error) Raise(error, path, pSafety);
   return *result;
 }
 
@@ -152,25 +154,40 @@ class PythonFileStream : public BinInputStream {
 
 class PythonFileSource : public InputSource {
  public:
-  PythonFileSource(PyObject* pRead, const std::string& name) : m_pRead(pRead) {
-    setSystemId(CString(name.c_str()).GetString());
-  }
+  PythonFileSource(PyObject* pRead, const CString& strName) : m_pRead(pRead) { setSystemId(strName.GetString()); }
   BinInputStream* makeStream() const override { return new PythonFileStream(m_pRead); }
 
  private:
   PyObject* m_pRead;
 };
 
-// What a read takes: a path (opened with Python's own open, so that its errors are Python's),
-// a bytes-like object, or a binary file object. path is the path, or None.
+// A path as the system names the file: os.fsdecode's text, encoded back.
+std::string FileSystemName(const py::object& path) {
+  return py::module_::import("os").attr("fsencode")(path).cast<std::string>();
+}
+
+// The file a path names, opened by Python, so that a path that cannot be read raises Python's
+// own OSError.
+py::object OpenFile(const py::object& path) { return py::module_::import("builtins").attr("open")(path, "rb"); }
+
+// Closes a file that this module opened, leaving it closed whatever close raises.
+void CloseFile(py::object& file) {
+  py::object opened = std::move(file);
+  if (opened) opened.attr("close")();
+}
+
+// What a read takes: a path (opened with Python's own open, so that its errors are Python's), a
+// bytes-like object, or a binary file object. path is the path, or None.
 class Source {
  public:
   explicit Source(py::handle source) {
     py::module_ os = py::module_::import("os");
     if (py::isinstance<py::str>(source) || py::isinstance(source, os.attr("PathLike"))) {
       path = os.attr("fsdecode")(source);
-      m_file = py::module_::import("builtins").attr("open")(path, "rb");
-      UseFile(py::str(os.attr("path").attr("abspath")(path)).cast<std::string>());
+      m_file = OpenFile(path);
+      m_read = m_file.attr("read");
+      m_pInput = std::make_unique<PythonFileSource>(
+          m_read.ptr(), CString(FileSystemName(os.attr("path").attr("abspath")(path)).c_str()));
     } else if (PyObject_CheckBuffer(source.ptr())) {
       m_bytes = py::reinterpret_borrow<py::object>(source);
       m_buffer.emplace(py::reinterpret_borrow<py::buffer>(source).request());
@@ -179,23 +196,26 @@ class Source {
     } else if (py::hasattr(source, "read")) {
       m_read = source.attr("read");
       py::object name = py::getattr(source, "name", py::none());
-      UseFile(py::isinstance<py::str>(name) ? name.cast<std::string>() : "<stream>", false);
+      m_pInput = std::make_unique<PythonFileSource>(
+          m_read.ptr(), py::isinstance<py::str>(name) ? CString(FileSystemName(name).c_str()) : CString(_T("<stream>")));
     } else {
       throw py::type_error("source must be a path, a bytes-like object or a binary file object");
     }
   }
+  // Dropped without Close, a file that fails to close can only be reported to sys.unraisablehook.
   ~Source() {
-    if (m_file) m_file.attr("close")();
+    try {
+      CloseFile(m_file);
+    } catch (py::error_already_set& e) {
+      e.discard_as_unraisable("closing a quillon source");
+    }
   }
+  // Closes the file that the source opened; a file object of the caller's stays open.
+  void Close() { CloseFile(m_file); }
   const InputSource& Input() const { return *m_pInput; }
   py::object path = py::none();
 
  private:
-  void UseFile(const std::string& name, bool bOpened = true) {
-    if (bOpened) m_read = m_file.attr("read");
-    m_pInput = std::make_unique<PythonFileSource>(m_read.ptr(), name);
-  }
-
   py::object m_file, m_read, m_bytes;
   std::optional<py::buffer_info> m_buffer;
   std::unique_ptr<InputSource> m_pInput;
@@ -203,37 +223,54 @@ class Source {
 
 // ---- Reading units -----------------------------------------------------------------------------
 
+// The reader for pair: two language codes, or None for every language.
+std::unique_ptr<CTmxUnitReader> NewReader(const py::object& pair) {
+  if (pair.is_none()) return std::make_unique<CTmxUnitReader>();
+  if (py::isinstance<py::str>(pair) || py::isinstance<py::bytes>(pair) || !py::isinstance<py::sequence>(pair))
+    throw py::type_error("pair must be two language codes, such as ('en', 'de')");
+  const py::sequence languages = pair;
+  if (languages.size() != 2)
+    throw py::value_error("pair must hold two language codes, not " + std::to_string(languages.size()));
+  if (!py::isinstance<py::str>(languages[0]) || !py::isinstance<py::str>(languages[1]))
+    throw py::type_error("pair must be two language codes given as str");
+  return std::make_unique<CTmxUnitReader>(CString(languages[0].cast<std::string>().c_str()),
+                                          CString(languages[1].cast<std::string>().c_str()));
+}
+
 class UnitIterator {
  public:
   UnitIterator(const UnitIterator&) = delete;
   UnitIterator& operator=(const UnitIterator&) = delete;
-  UnitIterator(py::handle source, const py::object& pair, bool bSafe) : m_source(source) {
-    if (pair.is_none()) {
-      m_reader = std::make_unique<CTmxUnitReader>();
-    } else {
-      const auto languages = pair.cast<std::pair<std::string, std::string>>();
-      m_reader = std::make_unique<CTmxUnitReader>(CString(languages.first.c_str()), CString(languages.second.c_str()));
-    }
+  UnitIterator(py::handle source, const py::object& pair, bool bSafe)
+      : m_source(std::make_unique<Source>(source)), m_reader(NewReader(pair)) {
     if (bSafe) m_safe.Apply(m_reader->GetParser());
-    m_reader->Open(m_source.Input());
+    m_reader->Open(m_source->Input());
   }
 
   py::object Next() {
-    if (!WithoutLock(m_source.path, [this] { return m_reader->ReadNextUnit() != FALSE; })) throw py::stop_iteration();
+    if (m_reader == nullptr ||
+        !WithoutLock(m_source->path, &m_safe, [this] { return m_reader->ReadNextUnit() != FALSE; }))
+      throw py::stop_iteration();
     const INT_PTR nVariants = m_reader->GetVariantCount();
     py::object variants = py::reinterpret_steal<py::object>(Checked(PyTuple_New(nVariants)));
     for (INT_PTR i = 0; i < nVariants; i++) {
       const CTmxTUV& tuv = m_reader->GetVariant(i);
-      PyObject* pVariant = Checked(PyStructSequence_New(g_pVariant));
+      PyObject* pVariant = NewRecord(g_variant, 3);
       PyTuple_SET_ITEM(variants.ptr(), i, pVariant);
-      PyStructSequence_SET_ITEM(pVariant, 0, Language(tuv.m_strLanguage));
-      PyStructSequence_SET_ITEM(pVariant, 1, NewStr(tuv.m_strSegment));
-      PyStructSequence_SET_ITEM(pVariant, 2, NewStr(tuv.m_strNote));
+      PyTuple_SET_ITEM(pVariant, 0, Language(tuv.m_strLanguage));
+      PyTuple_SET_ITEM(pVariant, 1, NewStr(tuv.m_strSegment));
+      PyTuple_SET_ITEM(pVariant, 2, NewStr(tuv.m_strNote));
     }
-    py::object unit = py::reinterpret_steal<py::object>(Checked(PyStructSequence_New(g_pUnit)));
-    PyStructSequence_SET_ITEM(unit.ptr(), 0, Checked(PyLong_FromLong(m_reader->GetKey())));
-    PyStructSequence_SET_ITEM(unit.ptr(), 1, variants.release().ptr());
+    py::object unit = py::reinterpret_steal<py::object>(NewRecord(g_unit, 2));
+    PyTuple_SET_ITEM(unit.ptr(), 0, Checked(PyLong_FromLong(m_reader->GetKey())));
+    PyTuple_SET_ITEM(unit.ptr(), 1, variants.release().ptr());
     return unit;
+  }
+
+  // The read ends here: the parser lets go of the source, which closes the file it opened.
+  void Close() {
+    m_reader.reset();
+    if (std::unique_ptr<Source> pSource = std::move(m_source)) pSource->Close();
   }
 
  private:
@@ -246,8 +283,8 @@ class UnitIterator {
     return pStr;
   }
 
-  Source m_source;
-  CSafeParsing m_safe;  // outlives the reader, whose parser points at it
+  CSafeParsing m_safe;               // outlives the reader, whose parser points at it,
+  std::unique_ptr<Source> m_source;  // as the source does, which it reads
   std::unique_ptr<CTmxUnitReader> m_reader;
   std::vector<std::pair<CString, py::object>> m_languages;
 };
@@ -259,7 +296,8 @@ py::list Languages(py::handle source, bool bSafe) {
   if (bSafe) safe.Apply(reader.GetParser());
   reader.Open(input.Input());
   CStringArray languages;
-  WithoutLock(input.path, [&] { return reader.ReadLanguages(&languages); });
+  WithoutLock(input.path, &safe, [&] { return reader.ReadLanguages(&languages); });
+  input.Close();
   py::list result;
   for (INT_PTR i = 0; i < languages.GetSize(); i++) result.append(py::reinterpret_steal<py::object>(NewStr(languages[i])));
   return result;
@@ -267,18 +305,29 @@ py::list Languages(py::handle source, bool bSafe) {
 
 // ---- Packing -----------------------------------------------------------------------------------
 
+// The parser takes paths as UTF-16 text: a name that is not UTF-8 (os.fsdecode gave its bytes
+// as lone surrogates) reaches it as the descriptor of the file that Python opened.
+CString ParserPath(const py::object& path, const py::object& file) {
+  if (PyObject* pUtf8 = PyUnicode_AsUTF8String(path.ptr()))
+    return CString(py::reinterpret_steal<py::bytes>(pUtf8).cast<std::string>().c_str());
+  PyErr_Clear();
+  return CString(("/proc/self/fd/" + std::to_string(file.attr("fileno")().cast<int>())).c_str());
+}
+
 py::bytes Pack(const py::object& pathLike, bool bSafe) {
   const py::object path = py::module_::import("os").attr("fsdecode")(pathLike);
-  CGenXMLInterface xml(CString(path.cast<std::string>().c_str()), 0, CString());
+  py::object file = OpenFile(path);
+  CGenXMLInterface xml(ParserPath(path, file), 0, CString());
   CSafeParsing safe;
   if (bSafe) safe.Apply(xml.GetParser());
   int nSize = 0;
-  const int nNodes = WithoutLock(path, [&] { return xml.PreParseForSize(nSize); });
+  const int nNodes = WithoutLock(path, &safe, [&] { return xml.PreParseForSize(nSize); });
+  CloseFile(file);
   // The image is written straight into the bytes object, which then gives back what it did not use.
   PyObject* pBytes = Checked(PyBytes_FromStringAndSize(nullptr, nSize));
   py::object bytes = py::reinterpret_steal<py::object>(pBytes);
   auto* pBuffer = reinterpret_cast<unsigned char*>(PyBytes_AS_STRING(pBytes));
-  const size_t nLength = WithoutLock(path, [&] {
+  const size_t nLength = WithoutLock(path, &safe, [&] {
     xml.ParseFileAndPackToMemory(pBuffer);
     return quillon::PackedImageLength(pBuffer, static_cast<size_t>(nSize), static_cast<size_t>(nNodes));
   });
@@ -307,62 +356,72 @@ PackedImage ReadImage(const py::buffer& data) {
   }
   PackedImage result{CW2A(image.encoding.c_str()).str(), py::list()};
   for (const quillon::PackedRecord& r : image.records) {
-    py::object flags = py::reinterpret_steal<py::object>(Checked(PyStructSequence_New(g_pFlags)));
-    for (int i = 0; i < 8; i++) PyStructSequence_SET_ITEM(flags.ptr(), i, py::bool_(r.flags[i] != 0).release().ptr());
-    py::object record = py::reinterpret_steal<py::object>(Checked(PyStructSequence_New(g_pRecord)));
-    PyStructSequence_SET_ITEM(record.ptr(), 0, NewStr(r.name.data(), r.name.size()));
-    PyStructSequence_SET_ITEM(record.ptr(), 1, NewStr(r.value.data(), r.value.size()));
-    PyStructSequence_SET_ITEM(record.ptr(), 2, Checked(PyLong_FromUnsignedLong(r.index)));
-    PyStructSequence_SET_ITEM(record.ptr(), 3, Checked(PyLong_FromLong(r.depth)));
-    PyStructSequence_SET_ITEM(record.ptr(), 4, flags.release().ptr());
+    py::object flags = py::reinterpret_steal<py::object>(NewRecord(g_flags, 8));
+    for (int i = 0; i < 8; i++) PyTuple_SET_ITEM(flags.ptr(), i, py::bool_(r.flags[i] != 0).release().ptr());
+    py::object record = py::reinterpret_steal<py::object>(NewRecord(g_record, 5));
+    PyTuple_SET_ITEM(record.ptr(), 0, NewStr(r.name.data(), r.name.size()));
+    PyTuple_SET_ITEM(record.ptr(), 1, NewStr(r.value.data(), r.value.size()));
+    PyTuple_SET_ITEM(record.ptr(), 2, Checked(PyLong_FromUnsignedLong(r.index)));
+    PyTuple_SET_ITEM(record.ptr(), 3, Checked(PyLong_FromLong(r.depth)));
+    PyTuple_SET_ITEM(record.ptr(), 4, flags.release().ptr());
     result.records.append(record);
   }
   return result;
-}
-
-void AddType(py::module_& m, const char* pszName, PyTypeObject* pType) {
-  m.add_object(pszName, py::reinterpret_borrow<py::object>(reinterpret_cast<PyObject*>(pType)));
 }
 
 }  // namespace
 
 PYBIND11_MODULE(quillon, m) {
   m.doc() = "Quillon: TMX translation memories of any size, read as a stream; XML packed into images.";
-  g_pUnit = NewRecordType("quillon.Unit", "A translation unit: its key and its variants in document order.",
-                          {{"key", "the unit's key"}, {"variants", "its variants, a tuple"}});
-  g_pVariant = NewRecordType("quillon.Variant", "A variant of a unit: one seg of a tuv.",
-                             {{"language", "the language code as written"}, {"segment", "the segment text"},
-                              {"note", "the variant's note, merged with the unit's"}});
-  std::vector<PyStructSequence_Field> flagFields;
-  for (const char* pszFlag : quillon::PackedRecord::kFlagNames) flagFields.push_back({pszFlag, nullptr});
-  g_pFlags = NewRecordType("quillon.Flags", "The eight flag bytes of a record.", std::move(flagFields));
-  g_pRecord = NewRecordType("quillon.Record", "A record of a packed image, one node of the document.",
-                            {{"name", nullptr}, {"value", nullptr}, {"index", nullptr}, {"depth", nullptr},
-                             {"flags", nullptr}});
-  AddType(m, "Unit", g_pUnit);
-  AddType(m, "Variant", g_pVariant);
-  AddType(m, "Flags", g_pFlags);
-  AddType(m, "Record", g_pRecord);
-  // Kept for the life of the process, as the module is.
+  g_unit = NewRecordType("Unit", "A translation unit: its key and its variants in document order.", {"key", "variants"});
+  g_variant = NewRecordType("Variant", "A variant of a unit: one seg of a tuv, its language and its note.",
+                            {"language", "segment", "note"});
+  g_flags = NewRecordType("Flags", "The eight flag bytes of a record.",
+                          std::vector<const char*>(std::begin(quillon::PackedRecord::kFlagNames),
+                                                   std::end(quillon::PackedRecord::kFlagNames)));
+  g_record = NewRecordType("Record", "A record of a packed image, one node of the document.",
+                           {"name", "value", "index", "depth", "flags"});
+  for (const py::object* pType : {&g_unit, &g_variant, &g_flags, &g_record})
+    m.add_object(pType->attr("__name__").cast<std::string>().c_str(), *pType);
   g_pParseError = Checked(PyErr_NewExceptionWithDoc(
       "quillon.ParseError", "The document cannot be read: its path, line and column (None where unknown) and the parser's message.",
       PyExc_ValueError, nullptr));
   m.add_object("ParseError", py::reinterpret_borrow<py::object>(g_pParseError));
 
-  py::class_<UnitIterator>(m, "UnitIterator")
+  py::class_<UnitIterator>(m, "UnitIterator", "The units of a document, read as the caller iterates.")
       .def("__iter__", [](py::object self) { return self; })
-      .def("__next__", &UnitIterator::Next);
-  py::class_<PackedImage>(m, "PackedImage")
-      .def_readonly("encoding", &PackedImage::encoding)
+      .def("__next__", &UnitIterator::Next)
+      .def("close", &UnitIterator::Close, "Ends the read now: a file the iterator opened is closed.")
+      .def("__enter__", [](py::object self) { return self; })
+      .def("__exit__", [](UnitIterator& self, py::args) { self.Close(); });
+  auto image = py::class_<PackedImage>(m, "PackedImage", "The records of a packed image, and its encoding.");
+  auto records = [](const PackedImage& self) { return self.records; };
+  image.def_readonly("encoding", &PackedImage::encoding)
       .def_readonly("records", &PackedImage::records)
-      .def("__len__", [](const PackedImage& image) { return py::len(image.records); })
-      .def("__getitem__", [](const PackedImage& image, py::object index) { return image.records.attr("__getitem__")(index); })
-      .def("__iter__", [](const PackedImage& image) { return py::iter(image.records); });
+      .def("__len__", [=](const PackedImage& self) { return py::len(records(self)); })
+      .def("__getitem__", [=](const PackedImage& self, py::object i) { return records(self).attr("__getitem__")(i); })
+      .def("__iter__", [=](const PackedImage& self) { return py::iter(records(self)); })
+      .def("__reversed__", [=](const PackedImage& self) { return records(self).attr("__reversed__")(); })
+      .def("__contains__", [=](const PackedImage& self, py::object x) { return records(self).contains(x); })
+      .def("index", [=](const PackedImage& self, py::object x, py::args range) { return records(self).attr("index")(x, *range); })
+      .def("count", [=](const PackedImage& self, py::object x) { return records(self).attr("count")(x); });
+  py::module_::import("collections.abc").attr("Sequence").attr("register")(image);
 
   // The iterator stays where it was made: its parser points at its own settings.
   m.def("read_units", [](py::handle source, py::object pair, bool bSafe) { return std::make_unique<UnitIterator>(source, pair, bSafe); },
-        py::arg("source"), py::arg("pair") = py::none(), py::kw_only(), py::arg("safe") = true);
-  m.def("languages", &Languages, py::arg("source"), py::kw_only(), py::arg("safe") = true);
-  m.def("pack", &Pack, py::arg("path"), py::kw_only(), py::arg("safe") = true);
-  m.def("read_image", &ReadImage, py::arg("data"));
+        py::arg("source"), py::arg("pair") = py::none(), py::kw_only(), py::arg("safe") = true,
+        "The units of a TMX document, in document order, read as the caller iterates.\n\n"
+        "source: a path, the document's bytes, or a binary file object read in chunks (standard input,\n"
+        "gzip.open(...)). pair: the two languages of the bilingual rules; None for every language.\n"
+        "safe: no external DTD or entity is loaded and entity expansion is capped; False gives the\n"
+        "parser library's defaults. close() (or a with block) ends the read early.\n\n"
+        "Raises ParseError once the units before the error have been read, OSError when a path\n"
+        "cannot be opened, MemoryError when memory runs out.");
+  m.def("languages", &Languages, py::arg("source"), py::kw_only(), py::arg("safe") = true,
+        "The distinct language codes of the document's variants, in ordinal order.");
+  m.def("pack", &Pack, py::arg("path"), py::kw_only(), py::arg("safe") = true,
+        "The packed image of an XML file: a flat record per node, names and values in UTF-16.\n\n"
+        "Raises ParseError for a document that cannot be read, OSError for a path that cannot be opened.");
+  m.def("read_image", &ReadImage, py::arg("data"),
+        "The records of a packed image. Raises ValueError for a truncated or malformed image.");
 }

@@ -6,7 +6,8 @@ constant memory with the parser working outside the interpreter lock.
 """
 
 import os
-from typing import BinaryIO, Iterator, NamedTuple, Optional, Sequence, Tuple, Union, overload
+from types import TracebackType
+from typing import BinaryIO, Iterator, NamedTuple, Optional, Sequence, Tuple, Type, Union, overload
 
 Source = Union[str, os.PathLike, bytes, bytearray, memoryview, BinaryIO]
 
@@ -31,6 +32,11 @@ class ParseError(ValueError):
 class UnitIterator(Iterator[Unit]):
     def __iter__(self) -> "UnitIterator": ...
     def __next__(self) -> Unit: ...
+    def close(self) -> None:
+        """Ends the read now: a file the iterator opened is closed; next() then stops."""
+    def __enter__(self) -> "UnitIterator": ...
+    def __exit__(self, kind: Optional[Type[BaseException]], error: Optional[BaseException],
+                 traceback: Optional[TracebackType]) -> None: ...
 
 def read_units(source: Source, pair: Optional[Tuple[str, str]] = None, *, safe: bool = True) -> UnitIterator:
     """The units of a TMX document, in document order, read as the caller iterates.
@@ -38,10 +44,12 @@ def read_units(source: Source, pair: Optional[Tuple[str, str]] = None, *, safe: 
     source: a path, the document's bytes, or a binary file object read in chunks (standard
     input, gzip.open(...)). pair: the two languages of the bilingual rules; None for every
     language. safe: no external DTD or entity is loaded and entity expansion is capped; False
-    gives the parser library's defaults, as the C++ library keeps them.
+    gives the parser library's defaults, as the C++ library keeps them. close() (or a with
+    block) ends the read early.
 
     Raises ParseError once the units before the error have been read, OSError when a path
-    cannot be opened, MemoryError when memory runs out.
+    cannot be opened, MemoryError when memory runs out; TypeError or ValueError for a pair that
+    is not two language codes.
     """
 
 def languages(source: Source, *, safe: bool = True) -> list[str]:
@@ -76,7 +84,10 @@ class PackedImage(Sequence[Record]):
     def __len__(self) -> int: ...
 
 def pack(path: Union[str, os.PathLike], *, safe: bool = True) -> bytes:
-    """The packed image of an XML file: a flat record per node, names and values in UTF-16."""
+    """The packed image of an XML file: a flat record per node, names and values in UTF-16.
+
+    Raises ParseError for a document that cannot be read, OSError for a path that cannot be opened.
+    """
 
 def read_image(data: Union[bytes, bytearray, memoryview]) -> PackedImage:
     """The records of a packed image. Raises ValueError for a truncated or malformed image."""

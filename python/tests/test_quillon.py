@@ -1,12 +1,17 @@
 """The quillon module against the quillon tool, and what only a Python reader has to do."""
+import builtins
+import collections.abc
+import gc
 import gzip
 import io
 import json
 import os
 import pathlib
+import shutil
 import subprocess
 import sys
 import threading
+import time
 
 import pytest
 import quillon
@@ -73,29 +78,125 @@ def test_safe_settings_refuse_external_entities_unless_turned_off(tmp_path):
     path = tmp_path / "xxe.tmx"
     path.write_text('<!DOCTYPE tmx [<!ENTITY x SYSTEM "secret.txt">]>'
                     "<tmx><body>\n<tu><tuv lang='en'><seg>&x;</seg></tuv></tu></body></tmx>")
-    with pytest.raises(quillon.ParseError, match="external entity"):
+    with pytest.raises(quillon.ParseError) as error:
         list(quillon.read_units(path))
+    assert error.value.message == ("external entity 'secret.txt' not loaded: safe=True loads nothing external "
+                                   "(safe=False loads it)")
     assert next(quillon.read_units(path, safe=False)).variants[0].segment == "s3cret"
 
 
 def test_other_threads_run_while_the_parser_works():
-    # Two million comments before the one unit: a single long step of the parser.
-    data = b"<tmx><body>\n" + b"<!--c-->" * 2_000_000 + b"<tu><tuv lang='en'><seg>a</seg></tuv></tu></body></tmx>"
-    counted, stop = [0], threading.Event()
+    # Four million comments before the one unit: a single long step of the parser. The counting
+    # thread must run in the middle of that step, not only before and after it.
+    data = b"<tmx><body>\n" + b"<!--c-->" * 4_000_000 + b"<tu><tuv lang='en'><seg>a</seg></tuv></tu></body></tmx>"
+    ticks, stop = [], threading.Event()
 
     def count():
+        n = 0
         while not stop.is_set():
-            counted[0] += 1
+            n += 1
+            if n % 100 == 0:
+                ticks.append(time.perf_counter())
 
     thread = threading.Thread(target=count)
     thread.start()
     units = quillon.read_units(data)
-    before = counted[0]
+    start = time.perf_counter()
     next(units)
-    during = counted[0] - before
+    end = time.perf_counter()
     stop.set()
     thread.join()
-    assert during > 1000
+    quarter = (end - start) / 4
+    assert sum(start + quarter < tick < end - quarter for tick in ticks) > 10
+
+
+def test_units_and_records_are_named_tuples_and_the_image_a_sequence():
+    unit = next(quillon.read_units(FIXTURES[0]))
+    assert unit._asdict()["key"] == 0 and unit.variants[0]._asdict()["language"] == "en-US"
+    assert isinstance(unit, tuple) and unit == (unit.key, unit.variants)
+    image = quillon.read_image(quillon.pack(TOP / "examples/sample.xml"))
+    assert isinstance(image, collections.abc.Sequence)
+    assert image.index(image[1]) == 1 and image.count(image[0]) == 1 and image[2] in image
+    assert image[0]._asdict()["name"] == "#document" and image[0].flags._asdict()["HasChildren"]
+    assert "TMX document" in quillon.read_units.__doc__ and "packed image" in quillon.pack.__doc__
+
+
+@pytest.mark.parametrize("pair, error", [("en", TypeError), (("en",), ValueError), (["en", "de", "fr"], ValueError),
+                                         ((1, 2), TypeError)])
+def test_a_pair_is_two_language_codes(pair, error):
+    with pytest.raises(error, match="pair"):
+        quillon.read_units(FIXTURES[0], pair)
+
+
+def test_paths_that_cannot_be_read_raise_oserror(tmp_path):
+    with pytest.raises(FileNotFoundError):
+        quillon.pack(tmp_path / "absent.xml")
+    with pytest.raises(IsADirectoryError):
+        quillon.pack(tmp_path)
+
+
+def test_a_name_that_is_not_utf8_names_a_file_all_the_same(tmp_path):
+    odd = os.fsdecode(os.fsencode(tmp_path) + b"/\xff")
+    shutil.copy(FIXTURES[0], odd + ".tmx")
+    shutil.copy(TOP / "examples/sample.xml", odd + ".xml")
+    assert list(quillon.read_units(odd + ".tmx")) == list(quillon.read_units(FIXTURES[0]))
+    assert quillon.pack(odd + ".xml") == quillon.pack(TOP / "examples/sample.xml")
+    with open(odd + ".tmx", "ab") as f:
+        f.write(b"<")
+    with pytest.raises(quillon.ParseError) as error:
+        list(quillon.read_units(odd + ".tmx"))
+    assert error.value.path == odd + ".tmx" and str(error.value).startswith(odd + ".tmx:")
+
+
+def test_errors_without_a_position_say_none():
+    with pytest.raises(quillon.ParseError) as error:
+        list(quillon.read_units(b"<?xml v\xe2n>"))
+    assert (error.value.path, error.value.line, error.value.column) == (None, None, None)
+    assert str(error.value) == error.value.message
+
+
+def test_a_half_read_iterator_gives_its_file_back_when_closed(monkeypatch):
+    opened = []
+    monkeypatch.setattr(builtins, "open", lambda *args: opened.append(io.open(*args)) or opened[-1])
+    units = quillon.read_units(FIXTURES[0])
+    next(units)
+    units.close()
+    assert opened[-1].closed
+    with pytest.raises(StopIteration):
+        next(units)
+    with quillon.read_units(FIXTURES[0]) as units:
+        next(units)
+    assert opened[-1].closed
+
+
+def test_a_close_that_fails_raises_or_reaches_the_unraisable_hook(monkeypatch):
+    class FailingClose(io.BytesIO):
+        def close(self):
+            raise OSError("close failed")
+
+    monkeypatch.setattr(builtins, "open", lambda *args: FailingClose(FIXTURES[0].read_bytes()))
+    units = quillon.read_units("memory.tmx")
+    next(units)
+    with pytest.raises(OSError, match="close failed"):
+        units.close()
+    unraisable = []
+    monkeypatch.setattr(sys, "unraisablehook", unraisable.append)
+    units = quillon.read_units("memory.tmx")
+    del units
+    gc.collect()
+    assert "close failed" in str(unraisable[0].exc_value)
+
+
+def test_what_a_file_object_raises_reaches_the_caller():
+    class Broken(io.RawIOBase):
+        def readable(self):
+            return True
+
+        def read(self, size=-1):
+            raise OSError("the disk is gone")
+
+    with pytest.raises(OSError, match="the disk is gone"):
+        list(quillon.read_units(Broken()))
 
 
 def test_pack_and_read_image_match_the_tool(tmp_path):
