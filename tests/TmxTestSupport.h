@@ -70,20 +70,26 @@ class UnitMap {
   CTmxParseEngine& m_engine;
 };
 
+// The units that reader delivers, read in style. Keys rise in document order.
+inline Units CollectUnits(CTmxUnitReader& reader, ReadStyle style) {
+  Units units;
+  ReadInStyle(reader, style, [&units](const CTmxUnitReader& unit) {
+    EXPECT_TRUE(units.empty() || unit.GetKey() > units.rbegin()->first) << "keys out of document order";
+    auto& variants = units[unit.GetKey()];
+    for (INT_PTR i = 0; i < unit.GetVariantCount(); i++) variants.push_back(Variant(unit.GetVariant(i)));
+  });
+  return units;
+}
+
 // The units that the streaming reader delivers, with the bilingual rules for a pair and the
-// multilingual rules without one. Keys rise in document order.
+// multilingual rules without one.
 inline Units StreamedUnits(const std::string& text, LPCTSTR pszFirst = nullptr, LPCTSTR pszSecond = nullptr,
                            bool* pResult = nullptr, ReadStyle style = ReadStyle::kStep) {
   MemoryTmx source(text);
   auto reader = pszFirst ? std::make_unique<CTmxUnitReader>(CString(pszFirst), CString(pszSecond))
                          : std::make_unique<CTmxUnitReader>();
   reader->Open(&source.file);
-  Units units;
-  ReadInStyle(*reader, style, [&units](const CTmxUnitReader& unit) {
-    EXPECT_TRUE(units.empty() || unit.GetKey() > units.rbegin()->first) << "keys out of document order";
-    auto& variants = units[unit.GetKey()];
-    for (INT_PTR i = 0; i < unit.GetVariantCount(); i++) variants.push_back(Variant(unit.GetVariant(i)));
-  });
+  const Units units = CollectUnits(*reader, style);
   if (pResult) *pResult = reader->GetResult();
   return units;
 }

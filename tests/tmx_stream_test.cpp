@@ -2,7 +2,6 @@
 // builders file, and the languages that the engine lists; then what only a stream does.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <stdexcept>
@@ -135,82 +134,53 @@ TEST(StreamTest, ErrorsReadAsTheEnginesDo) {
   }
 }
 
+// A second Open starts over, also in the middle of a unit, and ReadUnits then hands each unit its
+// own variants only.
 TEST(StreamTest, PathMemoryFileAndInputSourceGiveTheSameUnitsAndReopeningStartsOver) {
   std::string text = ReadFile(QUILLON_EXAMPLES "/sample.tmx");
   const std::string path = Temp().Write("sample.tmx", text);  // a path a Windows program can open
-  auto read = [](CTmxUnitReader& reader) {
-    Texts units;
-    while (reader.ReadNextUnit()) units.push_back(std::to_string(reader.GetKey()) + Variant(reader.GetVariant(0)));
-    return units;
-  };
   CTmxUnitReader reader;
   reader.Open(CString(path.c_str()));
-  const Texts fromPath = read(reader);
+  const Units fromPath = CollectUnits(reader, ReadStyle::kStep);
   ASSERT_EQ(fromPath.size(), 12u);
 
   CMemFile file(reinterpret_cast<BYTE*>(text.data()), static_cast<UINT>(text.size()));
   file.Seek(0, CFile::end);  // read from its start all the same
   reader.Open(&file);
   ASSERT_TRUE(reader.ReadNextUnit());
-  reader.Open(&file);  // a second open starts over
-  EXPECT_EQ(read(reader), fromPath);
+  reader.Open(&file);
+  EXPECT_EQ(CollectUnits(reader, ReadStyle::kPush), fromPath);
 
   xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(), "sample");
   reader.Open(source);
-  EXPECT_EQ(read(reader), fromPath);
+  EXPECT_EQ(CollectUnits(reader, ReadStyle::kStep), fromPath);
 }
 
-// Each unit goes to the handler with its own variants only, however the read began: stepped a
-// unit or two, or opened again in the middle of a unit.
-TEST(StreamTest, ReadUnitsAfterSteppingOrReopeningHandsEachUnitItsOwnVariants) {
-  const std::string text = Tmx("\n<tu><tuv lang='en'><seg>a</seg></tuv><tuv lang='de'><seg>b</seg></tuv></tu>"
-                               "\n<tu><tuv lang='en'><seg>c</seg></tuv></tu>");
-  const Units all = StreamedUnits(text, nullptr, nullptr, nullptr, ReadStyle::kPush);
-  ASSERT_EQ(all, (Units{{0, {"en|a|", "de|b|"}}, {1, {"en|c|"}}}));
-  MemoryTmx source(text);
-  CTmxUnitReader reader;
-  reader.Open(&source.file);
-  ASSERT_TRUE(reader.ReadNextUnit());
-  reader.Open(&source.file);
-  struct : CTmxUnitHandler {
-    Units units;
-    void OnUnit(const CTmxUnitReader& unit) override {
-      for (INT_PTR i = 0; i < unit.GetVariantCount(); i++) units[unit.GetKey()].push_back(Variant(unit.GetVariant(i)));
-    }
-  } handler;
-  reader.ReadUnits(handler);
-  EXPECT_EQ(handler.units, all);
-}
-
-// A stream that counts the live instances, gives nGood bytes of a document, then fails.
-class FailingStream : public xercesc::BinInputStream {
- public:
-  static inline int nLive = 0;
-  FailingStream(const std::string& text, size_t nGood) : m_text(text.substr(0, nGood)) { nLive++; }
-  ~FailingStream() override { nLive--; }
-  XMLFilePos curPos() const override { return m_nPos; }
-  XMLSize_t readBytes(XMLByte* const pToFill, const XMLSize_t nMax) override {
-    if (m_nPos == m_text.size()) throw std::runtime_error("the disk is gone");
-    const size_t n = std::min(nMax, m_text.size() - m_nPos);
-    std::memcpy(pToFill, m_text.data() + m_nPos, n);
-    m_nPos += n;
-    return n;
-  }
-  const XMLCh* getContentType() const override { return nullptr; }
-
- private:
-  std::string m_text;
-  size_t m_nPos = 0;
-};
-
+// A source that gives nGood bytes of text, then fails; it counts its live streams.
 class FailingSource : public xercesc::InputSource {
  public:
-  FailingSource(const std::string& text, size_t nGood) : m_text(text), m_nGood(nGood) {}
-  xercesc::BinInputStream* makeStream() const override { return new FailingStream(m_text, m_nGood); }
+  static inline int nLiveStreams = 0;
+  FailingSource(const std::string& text, size_t nGood) : m_text(text.substr(0, nGood)) {}
+  xercesc::BinInputStream* makeStream() const override {
+    struct Stream : xercesc::BinInputStream {
+      std::string text;
+      size_t nPos = 0;
+      explicit Stream(std::string t) : text(std::move(t)) { nLiveStreams++; }
+      ~Stream() override { nLiveStreams--; }
+      XMLFilePos curPos() const override { return nPos; }
+      XMLSize_t readBytes(XMLByte* const pToFill, const XMLSize_t nMax) override {
+        if (nPos == text.size()) throw std::runtime_error("the disk is gone");
+        const size_t n = text.copy(reinterpret_cast<char*>(pToFill), nMax, nPos);
+        nPos += n;
+        return n;
+      }
+      const XMLCh* getContentType() const override { return nullptr; }
+    };
+    return new Stream(m_text);
+  }
 
  private:
   std::string m_text;
-  size_t m_nGood;
 };
 
 // Open descriptors of the process, where the system lists them.
@@ -230,7 +200,7 @@ TEST(StreamTest, ReadsWhoseInputFailsGiveBackTheirStreamAndFile) {
         reader.Open(source);
         EXPECT_THROW(style == ReadStyle::kStep ? reader.ReadNextUnit() : reader.ReadLanguages(nullptr), std::runtime_error);
       }
-      EXPECT_EQ(FailingStream::nLive, 0) << nGood << " good bytes";
+      EXPECT_EQ(FailingSource::nLiveStreams, 0) << nGood << " good bytes";
     }
   }
   const std::string folder = Temp().Path("folder");
