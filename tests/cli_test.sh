@@ -109,6 +109,8 @@ fi
 [ "$(wc -c <"$tmp/w.img")" = 230 ] && passed=$((passed + 1)) || { failed=$((failed + 1)); echo "FAIL pack-size"; }
 expect dump-json 0 '"records":\[[{]"name":"#document","value":"","index":0,"depth":0,"flags":\[0,1,0,0,0,0,0,0\][}]' '^$' \
   -- "$quillon" dump --json "$tmp/w.img"
+cp "$tmp/w.img" "$tmp/翻訳.img"  # a name the Windows code page cannot say
+expect dump-wide-name 0 '"depth":0,"flags":\[0,1,0,0,0,0,0,0\]' '^$' -- "$quillon" dump --json "$tmp/翻訳.img"
 head -c 200 "$tmp/w.img" >"$tmp/cut.img"
 expect dump-truncated 1 '^$' "^$tmp/cut.img: error: [^$N]*record 3 at offset 200$N\$" -- "$quillon" dump "$tmp/cut.img"
 printf '<?xml version="1.0-"?><tmx/>' >"$tmp/version.tmx"

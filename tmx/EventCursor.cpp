@@ -1,6 +1,5 @@
 #include "tmx/EventCursor.h"
 
-#include "tmx/DomRefusals.h"
 #include "tmx/LanguageSet.h"
 
 using namespace xercesc;
@@ -55,10 +54,6 @@ void EventCursor::processingInstruction(const XMLCh* const pszTarget, const XMLC
 void EventCursor::startCDATA() {
   OtherNode(DOMNode::CDATA_SECTION_NODE, _T("#cdata-section"));
   m_at.bInCData = true;
-}
-
-void EventCursor::startDTD(const XMLCh* const pszName, const XMLCh* const pszPublicId, const XMLCh* const pszSystemId) {
-  m_refusals.DocumentType(pszName, pszPublicId, pszSystemId);
 }
 
 // A node of its own, which ends any text before it.

@@ -11,7 +11,6 @@
 
 #include "tmx/UnitRules.h"
 
-class DomRefusals;
 class LanguageSet;
 
 // Where the cursor's nodes go.
@@ -32,8 +31,7 @@ class NodeSink {
 
 class EventCursor : public xercesc::DefaultHandler {
  public:
-  EventCursor(const UnitRules& rules, NodeSink& sink, DomRefusals& refusals)
-      : m_rules(rules), m_sink(sink), m_refusals(refusals) {}
+  EventCursor(const UnitRules& rules, NodeSink& sink) : m_rules(rules), m_sink(sink) {}
   // A new document: body is still to be found.
   void Restart() { m_at = Position(); }
   // From here on, the languages of every tuv element go to languages, and no more nodes to the sink.
@@ -49,7 +47,6 @@ class EventCursor : public xercesc::DefaultHandler {
   void processingInstruction(const XMLCh* const pszTarget, const XMLCh* const pszData) override;
   void startCDATA() override;
   void endCDATA() override { m_at.bInCData = false; }
-  void startDTD(const XMLCh* const pszName, const XMLCh* const pszPublicId, const XMLCh* const pszSystemId) override;
 
  private:
   bool InBody() const { return m_at.nBodyDepth > 0; }
@@ -58,7 +55,6 @@ class EventCursor : public xercesc::DefaultHandler {
 
   const UnitRules& m_rules;
   NodeSink& m_sink;
-  DomRefusals& m_refusals;
   struct Position {
     int nDepth = 0;      // open elements
     int nBodyDepth = 0;  // body's depth while it is open, else 0

@@ -2,16 +2,55 @@
 
 #include <iterator>
 
+#include <xercesc/dom/DOMDocument.hpp>
+#include <xercesc/dom/DOMImplementation.hpp>
+#include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
-#include <xercesc/sax2/XMLReaderFactory.hpp>
 #include <xercesc/util/XMLUni.hpp>
+#include <xercesc/validators/DTD/DTDElementDecl.hpp>
 
-#include "tmx/DomRefusals.h"
 #include "tmx/InputPreview.h"
 
 using namespace xercesc;
 
 namespace {
+
+// The SAX2 parser, refusing what the DOM refuses while the engine parses a document though the
+// scanner accepts it: an XML version other than 1.0 and 1.1 ("1.2", "1.0-"), a document type
+// named by no qualified name ("a:", ":"). It has the DOM's own code refuse them, on a document of
+// its own, where the DOM parser meets them: SAX2 itself reports no document type declaration
+// that lacks a subset.
+class RefusingReader : public SAX2XMLReaderImpl {
+ public:
+  RefusingReader() : SAX2XMLReaderImpl(XMLPlatformUtils::fgMemoryManager) {}
+  ~RefusingReader() override { Release(); }
+  void startDocument() override {
+    Release();
+    SAX2XMLReaderImpl::startDocument();
+  }
+  void XMLDecl(const XMLCh* const pszVersion, const XMLCh* const pszEncoding, const XMLCh* const pszStandalone,
+               const XMLCh* const pszActualEncoding) override {
+    Document()->setXmlVersion(pszVersion);
+    SAX2XMLReaderImpl::XMLDecl(pszVersion, pszEncoding, pszStandalone, pszActualEncoding);
+  }
+  void doctypeDecl(const DTDElementDecl& element, const XMLCh* const pszPublicId, const XMLCh* const pszSystemId,
+                   const bool bHasInternalSubset, const bool bHasExternalSubset) override {
+    Document()->createDocumentType(element.getFullName(), pszPublicId, pszSystemId);
+    SAX2XMLReaderImpl::doctypeDecl(element, pszPublicId, pszSystemId, bHasInternalSubset, bHasExternalSubset);
+  }
+
+ private:
+  DOMDocument* Document() {
+    if (m_pDocument == nullptr) m_pDocument = DOMImplementation::getImplementation()->createDocument();
+    return m_pDocument;
+  }
+  void Release() {
+    if (m_pDocument) m_pDocument->release();
+    m_pDocument = nullptr;
+  }
+
+  DOMDocument* m_pDocument = nullptr;
+};
 
 constexpr size_t kPreviewBytes = 16384;
 
@@ -29,21 +68,20 @@ bool ScannerIs(SAX2XMLReader& parser, const XMLCh* pszName) {
 
 // The engine's settings are those of the DOM parser, which differ from SAX2's own defaults in
 // namespaces and schema processing.
-StreamParser::StreamParser(DefaultHandler& handler, DomRefusals& refusals)
-    : m_pParser(XMLReaderFactory::createXMLReader(XMLPlatformUtils::fgMemoryManager)) {
+StreamParser::StreamParser(DefaultHandler& handler) : m_pParser(new RefusingReader) {
   m_pParser->setFeature(XMLUni::fgSAX2CoreNameSpaces, false);
   m_pParser->setFeature(XMLUni::fgSAX2CoreValidation, false);
   m_pParser->setFeature(XMLUni::fgXercesSchema, false);
   m_pParser->setContentHandler(&handler);
   m_pParser->setLexicalHandler(&handler);
   m_pParser->setErrorHandler(&m_errorReporter);
-  m_pParser->installAdvDocHandler(&refusals);
 }
 
 StreamParser::~StreamParser() = default;
 
+// The scanner cannot change in the middle of a document.
 SAX2XMLReader& StreamParser::Get() {
-  if (m_state != State::kStepping) UseScanner(false);
+  if (m_state != State::kStepping && m_state != State::kParsing) UseScanner(false);
   return *m_pParser;
 }
 
@@ -76,7 +114,10 @@ void StreamParser::Finish() {
     while (Step()) {
     }
   } else if (m_state == State::kReady) {
-    m_state = State::kEnded;
+    struct Ended {
+      State& state;
+      ~Ended() { state = State::kEnded; }
+    } ended{m_state = State::kParsing};
     try {
       m_pParser->parse(Prepare());
     } catch (const XMLException& e) {  // from the look at the first bytes
@@ -92,9 +133,10 @@ void StreamParser::Finish() {
 const InputSource& StreamParser::Prepare() {
   auto pPreview = std::make_unique<CPreviewedInputSource>(*m_pInput, kPreviewBytes);
   if (!pPreview->Opened()) return *m_pInput;  // the parser tells why
-  const bool bDefaultScanner = PlainScannerInPlace() || ScannerIs(*m_pParser, XMLUni::fgIGXMLScanner);
-  UseScanner(pPreview->HasNoDocumentType() && bDefaultScanner && !m_pParser->getFeature(XMLUni::fgSAX2CoreValidation) &&
-             !m_pParser->getFeature(XMLUni::fgXercesSchema));
+  const bool bHostsDefault = PlainScannerInPlace() || ScannerIs(*m_pParser, XMLUni::fgIGXMLScanner);
+  const bool bNoGrammar =
+      !m_pParser->getFeature(XMLUni::fgSAX2CoreValidation) && !m_pParser->getFeature(XMLUni::fgXercesSchema);
+  UseScanner(pPreview->HasNoDocumentType() && bHostsDefault && bNoGrammar);
   m_pPreview = std::move(pPreview);
   return *m_pPreview;
 }

@@ -14,12 +14,11 @@
 #include "tmx/DOMTreeErrorReporter.h"
 
 class CPreviewedInputSource;
-class DomRefusals;
 
 class StreamParser {
  public:
-  // The parser's events go to handler, the declaration to refusals.
-  StreamParser(xercesc::DefaultHandler& handler, DomRefusals& refusals);
+  // The parser's events go to handler.
+  explicit StreamParser(xercesc::DefaultHandler& handler);
   ~StreamParser();
   StreamParser(const StreamParser&) = delete;
   StreamParser& operator=(const StreamParser&) = delete;
@@ -36,7 +35,7 @@ class StreamParser {
   void Finish();
 
  private:
-  enum class State { kNoInput, kReady, kStepping, kEnded };
+  enum class State { kNoInput, kReady, kStepping, kParsing, kEnded };
   const xercesc::InputSource& Prepare();
   void UseScanner(bool bPlain);
   bool PlainScannerInPlace();

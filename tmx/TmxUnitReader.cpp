@@ -5,7 +5,6 @@
 
 #include <xercesc/framework/LocalFileInputSource.hpp>
 
-#include "tmx/DomRefusals.h"
 #include "tmx/EventCursor.h"
 #include "tmx/FileInputSource.h"
 #include "tmx/LanguageSet.h"
@@ -14,13 +13,13 @@
 
 using namespace xercesc;
 
-class CTmxUnitStream : private UnitEnds {
+class CTmxUnitStream final : private UnitEnds {
  public:
   CTmxUnitStream(const CTmxUnitReader& owner, const CString* pFirstLanguage, const CString* pSecondLanguage)
       : m_owner(owner),
         m_units(pFirstLanguage, pSecondLanguage, *this),
-        m_cursor(m_units.Rules(), m_units, m_refusals),
-        m_parser(m_cursor, m_refusals) {}
+        m_cursor(m_units.Rules(), m_units),
+        m_parser(m_cursor) {}
 
   SAX2XMLReader& Parser() { return m_parser.Get(); }
 
@@ -80,7 +79,6 @@ class CTmxUnitStream : private UnitEnds {
 
   const CTmxUnitReader& m_owner;
   std::unique_ptr<InputSource> m_pSource;  // the input, when the reader made it: it outlives the parse
-  DomRefusals m_refusals;
   StreamUnits m_units;
   EventCursor m_cursor;
   LanguageSet m_languages;
