@@ -1,4 +1,4 @@
-// quillon export [--pair FIRST SECOND | --all] [--format jsonl|tsv|moses] [-o OUT] [--quiet] SOURCE
+// quillon export [--pair FIRST SECOND | --all] [--format jsonl|tsv|moses] [-o|--output OUT] [--quiet] SOURCE
 //
 // Streams the units through the library's unit reader, in document order and constant memory:
 // jsonl and tsv are the forms `units` prints, a unit (or a variant) a line; moses writes the two
@@ -49,10 +49,6 @@ void WriteUnits(CTmxUnitReader& reader, bool bJson, Output& out, Progress& progr
   });
 }
 
-std::string MosesFile(const ExportOptions& options, int nLanguage) {
-  return options.output + "." + options.pair[static_cast<size_t>(nLanguage)];
-}
-
 // The segment of the unit's first variant in the language (compared as the reader compares
 // languages) whose segment, with each line break and tab made a space and then trimmed, is not
 // empty. False when there is none.
@@ -77,6 +73,10 @@ bool ParallelSegment(const CTmxUnitReader& reader, const CString& strLanguage, C
     return true;
   }
   return false;
+}
+
+std::string MosesFile(const ExportOptions& options, int nLanguage) {
+  return options.output + "." + options.pair[static_cast<size_t>(nLanguage)];
 }
 
 void WriteParallelText(CTmxUnitReader& reader, const ExportOptions& options, Progress& progress) {
