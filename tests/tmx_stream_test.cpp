@@ -184,13 +184,6 @@ class FailingSource : public xercesc::InputSource {
   std::string m_text;
 };
 
-// Open descriptors of the process, where the system lists them.
-size_t OpenDescriptors() {
-  std::error_code error;
-  const auto entries = std::filesystem::directory_iterator("/proc/self/fd", error);
-  return error ? 0 : static_cast<size_t>(std::distance(entries, std::filesystem::directory_iterator()));
-}
-
 TEST(StreamTest, ReadsWhoseInputFailsGiveBackTheirStreamAndFile) {
   const std::string text = Tmx("\n" + std::string(40000, ' ') + "<tu><tuv lang='en'><seg>a</seg></tuv></tu>");
   for (size_t nGood : {size_t(0), size_t(100), size_t(30000)}) {  // within the first look at the input, and after
@@ -204,15 +197,21 @@ TEST(StreamTest, ReadsWhoseInputFailsGiveBackTheirStreamAndFile) {
       EXPECT_EQ(FailingSource::nLiveStreams, 0) << nGood << " good bytes";
     }
   }
+#if !defined(_WIN32)  // here a folder opens as a file, which fails at its first read
+  auto openDescriptors = [] {
+    const auto entries = std::filesystem::directory_iterator("/proc/self/fd");
+    return std::distance(entries, std::filesystem::directory_iterator());
+  };
   const std::string folder = Temp().Path("folder");
   std::filesystem::create_directory(folder);
-  const size_t nBefore = OpenDescriptors();
+  const auto nBefore = openDescriptors();
   CTmxUnitReader reader;
   for (int i = 0; i < 20; i++) {
     reader.Open(CString(folder.c_str()));
     EXPECT_ANY_THROW(reader.ReadNextUnit());
   }
-  EXPECT_EQ(OpenDescriptors(), nBefore);
+  EXPECT_EQ(openDescriptors(), nBefore);
+#endif
 }
 
 // Whatever the document, the host's settings of GetParser() apply: here namespaces, which make an
