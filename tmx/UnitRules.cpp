@@ -13,7 +13,7 @@ namespace {
 
 // Names are compared ignoring the case of ASCII letters only, as the class library's
 // CompareNoCase compares them, on parser strings as they are: no string is made per node.
-bool NameIs(LPCTSTR pszName, LPCTSTR pszLowerName) { return _tcsicmp(pszName, pszLowerName) == 0; }
+bool NameIs(LPCTSTR pszName, LPCTSTR pszWanted) { return _tcsicmp(pszName, pszWanted) == 0; }
 
 bool IsLanguageAttribute(LPCTSTR pszName) { return NameIs(pszName, _T("lang")) || NameIs(pszName, _T("xml:lang")); }
 
