@@ -26,6 +26,14 @@ expect() {
   fi
 }
 
+# check NAME COMMAND...: passes when the command succeeds; same A B: A and B are equal.
+check() {
+  local name=$1
+  shift
+  if "$@"; then passed=$((passed + 1)); else failed=$((failed + 1)); echo "FAIL $name"; fi
+}
+same() { [ "$1" = "$2" ]; }
+
 N=$'\n' T=$'\t'
 expect version 0 '^quillon [0-9]+\.[0-9]+\.[0-9]+' '^$' -- "$quillon" --version
 expect unknown-command 2 '^$' "^unknown command 'frobnicate'$N" -- "$quillon" frobnicate
@@ -57,22 +65,19 @@ expect units-pair-and-all 2 '^$' '.' -- "$quillon" units --pair en de --all exam
 # export: the units of `units`, in document order. JSON strings escape their quotes, so a
 # unit object starts wherever ,{"key": occurs.
 json_units() { sed -e 's/^{"result":[a-z]*,"units":\[//' -e 's/\]}$//' -e 's/,{"key":/\n{"key":/g' | LC_ALL=C sort -s -t: -k2,2n; }
-check_export() {  # NAME FILE [OPTIONS...]
-  local name=$1 file=$2; shift 2
-  if [ "$("$quillon" units --json "$@" "$file" | json_units)" = "$("$quillon" export "$@" "$file")" ] &&
-     [ "$("$quillon" units "$@" "$file" | LC_ALL=C sort -s -n -k1,1)" = "$("$quillon" export --format tsv "$@" "$file")" ]
-  then passed=$((passed + 1)); else failed=$((failed + 1)); echo "FAIL $name: export differs from units"; fi
-}
 for f in examples/sample.tmx tests/fuzz/seeds/units.tmx "$tmp/esc.tmx"; do
-  check_export "export-all $f" "$f"
-  check_export "export-pair $f" "$f" --pair en-US de-DE
+  for pair in "" "--pair en-US de-DE"; do
+    check "export-json $f $pair" same "$("$quillon" units --json $pair "$f" | json_units)" "$("$quillon" export $pair "$f")"
+    check "export-tsv $f $pair" same "$("$quillon" units $pair "$f" | LC_ALL=C sort -s -n -k1,1)" \
+      "$("$quillon" export --format tsv $pair "$f")"
+  done
 done
 STDIN=examples/sample.tmx expect export-stdin 0 '^[{]"key":0,"variants":\[[{]"language":"en-US"' '^$' -- "$quillon" export --pair en-US fr-FR -
 printf '<tmx><body>\n<tu><tuv lang="en"><seg>a</seg></tuv></tu>\n<tu><tuv lang="en"><seg>b</seg></tuv></tu>\n<tu></tmx>' >"$tmp/late.tmx"
 expect export-late-error 1 "^[{]\"key\":0,.*$N[{]\"key\":2,.*$N\$" "^$tmp/late.tmx:4:[0-9]+: error: [^$N]+$N\$" -- "$quillon" export --pair en de "$tmp/late.tmx"
 printf '<tmx><body>\n<tu><tuv lang="en"><seg> a\r\nb\tc </seg></tuv><tuv lang="de"><seg>x</seg></tuv></tu>\n<tu><tuv lang="en"><seg>only</seg></tuv><tuv lang="de"><seg> </seg></tuv></tu></body></tmx>' >"$tmp/par.tmx"
 expect export-moses 0 '^$' "^1 units written, 1 skipped$N\$" -- "$quillon" export --format moses --pair EN de -o "$tmp/par" "$tmp/par.tmx"
-[ "$(cat "$tmp/par.EN")|$(cat "$tmp/par.de")" = "a b c|x" ] && passed=$((passed + 1)) || { failed=$((failed + 1)); echo "FAIL moses-files"; }
+check moses-files same "$(cat "$tmp/par.EN")|$(cat "$tmp/par.de")" "a b c|x"
 expect export-moses-quiet 0 '^$' '^$' -- "$quillon" export --format moses --pair EN de --quiet -o "$tmp/par" "$tmp/par.tmx"
 expect export-moses-needs-pair 2 '^$' 'needs --pair' -- "$quillon" export --format moses -o "$tmp/p" examples/sample.tmx
 expect export-moses-one-language 2 '^$' 'needs two different languages' -- "$quillon" export --format moses --pair en-US EN-us -o "$tmp/p" examples/sample.tmx
@@ -86,8 +91,7 @@ printf 'kept' >"$tmp/kept.jsonl"
 expect export-late-error-file 1 '^$' "^$tmp/late.tmx:4:[0-9]+: error: " -- "$quillon" export --output "$tmp/kept.jsonl" "$tmp/late.tmx"
 expect export-late-error-moses 1 '^$' "^$tmp/late.tmx:4:[0-9]+: error: " -- "$quillon" export --format moses --pair en de -o "$tmp/late" "$tmp/late.tmx"
 expect export-to-file 0 '^$' '^$' -- "$quillon" export -o "$tmp/all.jsonl" examples/sample.tmx
-[ "$(cat "$tmp/kept.jsonl")" = kept ] && [ ! -e "$tmp/late.en" ] && [ "$(wc -l <"$tmp/all.jsonl")" = 12 ] &&
-  ! ls "$tmp" | grep -q quillon- && passed=$((passed + 1)) || { failed=$((failed + 1)); echo "FAIL output-files"; ls "$tmp"; }
+check output-files same "$(cat "$tmp/kept.jsonl") $(ls "$tmp" | grep -cF -e quillon- -e late.en) $(wc -l <"$tmp/all.jsonl")" "kept 0 12"
 printf '<tmx><body>\n<tu><tuv lang="en"><seg>a&#13;b</seg></tuv></tu></body></tmx>' >"$tmp/cr.tmx"
 for command in units "export --format tsv"; do
   expect "carriage-return-$command" 0 "^0${T}en${T}a[\\\\]rb${T}$N\$" '^$' -- "$quillon" $command "$tmp/cr.tmx"
@@ -100,13 +104,13 @@ expect size-text 0 "^5 nodes, 240 bytes$N\$" '^$' -- "$quillon" size "$tmp/w.xml
 expect size-json 0 '^[{]"nodes":5,"size":240[}]'"$N\$" '^$' -- "$quillon" size --json "$tmp/w.xml"
 expect pack-file 0 '^$' '^$' -- "$quillon" pack -o "$tmp/w.img" "$tmp/w.xml"
 STDIN=$tmp/w.xml expect size-stdin 0 "^5 nodes, 240 bytes$N\$" '^$' -- "$quillon" size -
-"$quillon" pack - <"$tmp/w.xml" >"$tmp/stdin.img" && cmp -s "$tmp/stdin.img" "$tmp/w.img" && passed=$((passed + 1)) ||
-  { failed=$((failed + 1)); echo "FAIL pack-stdin"; }
+"$quillon" pack - <"$tmp/w.xml" >"$tmp/stdin.img"
+check pack-stdin cmp -s "$tmp/stdin.img" "$tmp/w.img"
 if [ -z "${QUILLON_EMULATED:-}" ] && command -v script >/dev/null; then  # a terminal, as script gives one
   expect pack-to-terminal 2 'will not write a binary image to a terminal' '^$' \
     -- script -qec "$quillon pack $tmp/w.xml" /dev/null
 fi
-[ "$(wc -c <"$tmp/w.img")" = 230 ] && passed=$((passed + 1)) || { failed=$((failed + 1)); echo "FAIL pack-size"; }
+check pack-size same "$(wc -c <"$tmp/w.img")" 230
 expect dump-json 0 '"records":\[[{]"name":"#document","value":"","index":0,"depth":0,"flags":\[0,1,0,0,0,0,0,0\][}]' '^$' \
   -- "$quillon" dump --json "$tmp/w.img"
 cp "$tmp/w.img" "$tmp/翻訳.img"  # a name the Windows code page cannot say
@@ -121,6 +125,7 @@ expect pack-malformed 1 '^$' "^$tmp/bad.xml:1:[0-9]+: error: " -- "$quillon" pac
 # Safe defaults: nothing external is loaded and entity expansion is capped, unless allowed.
 printf '<!DOCTYPE tmx SYSTEM "tmx14.dtd"><tmx><body><tu><tuv lang="en"/></tu></body></tmx>' >"$tmp/dtd.tmx"
 expect absent-dtd-read 0 "^en$N\$" '^$' -- "$quillon" languages "$tmp/dtd.tmx"
+expect absent-dtd-streamed 0 "^en$N\$" '^$' -- "$quillon" languages --stream "$tmp/dtd.tmx"
 expect absent-dtd-allowed 1 '^$' "^$tmp/dtd.tmx:1:[0-9]+: error: " -- "$quillon" --allow-external languages "$tmp/dtd.tmx"
 printf '<!DOCTYPE tmx SYSTEM "http://127.0.0.1:9/tmx14.dtd"><tmx><body><tu><tuv lang="en"/></tu></body></tmx>' >"$tmp/http.tmx"
 expect http-dtd-not-fetched 0 "^en$N\$" '^$' -- "$quillon" languages "$tmp/http.tmx"
@@ -154,11 +159,9 @@ if [ -z "${QUILLON_EMULATED:-}" ]; then
   odd=$tmp/$'\xff'
   cp examples/sample.tmx "$odd.tmx" && cp examples/sample.xml "$odd.xml"
   for command in languages units export; do
-    [ "$("$quillon" $command "$odd.tmx")" = "$("$quillon" $command examples/sample.tmx)" ] && passed=$((passed + 1)) ||
-      { failed=$((failed + 1)); echo "FAIL odd-name $command"; }
+    check "odd-name $command" same "$("$quillon" $command "$odd.tmx")" "$("$quillon" $command examples/sample.tmx)"
   done
-  [ "$("$quillon" pack "$odd.xml" | od -c)" = "$("$quillon" pack examples/sample.xml | od -c)" ] && passed=$((passed + 1)) ||
-    { failed=$((failed + 1)); echo "FAIL odd-name pack"; }
+  check odd-name-pack same "$("$quillon" pack "$odd.xml" | od -c)" "$("$quillon" pack examples/sample.xml | od -c)"
 fi
 
 echo "$passed passed, $failed failed"

@@ -94,12 +94,6 @@ TEST_F(EntryPointTest, RawHookSetsClassChainAsideForTheModule) {
   state->m_classList.m_pHead = nullptr;
 }
 
-TEST_F(EntryPointTest, ThreadNotificationsDoNothing) {
-  for (DWORD dwReason : {DLL_THREAD_ATTACH, DLL_THREAD_DETACH}) EXPECT_TRUE(DllMain(kInstance, dwReason, nullptr));
-  EXPECT_EQ(XMLPlatformUtils::fgMemoryManager, nullptr);  // no platform started
-  EXPECT_FALSE(Registered());
-}
-
 TEST(SharedLibraryTest, LoadingStartsTheParserPlatformAndUnloadingStopsIt) {
   ASSERT_EQ(XMLPlatformUtils::fgMemoryManager, nullptr);
   void* handle = OpenSharedLibrary(QUILLON_LIBRARY);
