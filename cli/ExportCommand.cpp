@@ -1,28 +1,42 @@
-// quillon export [--pair FIRST SECOND | --all] [--format jsonl|tsv|moses] [-o|--output OUT] [--quiet] SOURCE
+// quillon export [--pair FIRST SECOND | --all] [--text plain|markup|engine] [--format jsonl|tsv|moses|pairs]
+//                [--dedupe] [-o|--output OUT] [--quiet] SOURCE
 //
 // Streams the units through the library's unit reader, in document order and constant memory:
 // jsonl and tsv are the forms `units` prints, a unit (or a variant) a line; moses writes the two
-// line-aligned text files of a language pair that machine-translation training reads. Standard
-// output gets each unit as it is read; a file appears only once the whole document is read.
+// line-aligned text files of a language pair that machine-translation training reads, pairs one
+// JSON object a pair, as Hugging Face's Translation feature reads it. Standard output gets each
+// unit as it is read; a file appears only once the whole document is read.
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
+#include <map>
 #include <memory>
 
 #include "cli/Command.h"
 #include "cli/Progress.h"
 #include "cli/StreamInput.h"
 #include "cli/UnitText.h"
+#include "quillon/TmxPairs.h"
 #include "quillon/TmxUnitReader.h"
 
 namespace {
+
+using TextMode = CTmxUnitReader::TextMode;
+
+const std::map<std::string, TextMode> kTextModes = {
+    {"plain", TextMode::Plain}, {"markup", TextMode::Markup}, {"engine", TextMode::Engine}};
 
 struct ExportOptions {
   std::string source;
   std::vector<std::string> pair;
   std::string format = "jsonl";
+  TextMode text = TextMode::Plain;
   std::string output;
+  bool bDedupe = false;
   bool bQuiet = false;
+
+  bool SelectsPairs() const { return format == "moses" || format == "pairs"; }
+  CString Range(size_t n) const { return CString(pair[n].c_str()); }
 };
 
 // Every unit of the document to write(reader), as the parser runs through it.
@@ -40,79 +54,79 @@ void ForEachUnit(CTmxUnitReader& reader, Progress& progress, Write write) {
   reader.ReadUnits(handler);
 }
 
-void WriteUnits(CTmxUnitReader& reader, bool bJson, Output& out, Progress& progress) {
+// Engine text stays as `units` writes it: without the unit's id.
+void WriteUnits(CTmxUnitReader& reader, const ExportOptions& options, Output& out, Progress& progress) {
+  const bool bJson = options.format == "jsonl", bWithId = options.text != TextMode::Engine;
   ForEachUnit(reader, progress, [&](const CTmxUnitReader& unit) {
     auto variant = [&unit](INT_PTR i) -> const CTmxTUV& { return unit.GetVariant(i); };
     if (!bJson) return WriteTextUnit(out, unit.GetKey(), unit.GetVariantCount(), variant);
-    WriteJsonUnit(out, unit.GetKey(), unit.GetVariantCount(), variant);
+    WriteJsonUnit(out, unit.GetKey(), bWithId ? unit.GetUnitId() : nullptr, unit.GetVariantCount(), variant);
     out << "\n";
   });
 }
 
-// The segment of the unit's first variant in the language (compared as the reader compares
-// languages) whose segment, with each line break and tab made a space and then trimmed, is not
-// empty. False when there is none.
-bool ParallelSegment(const CTmxUnitReader& reader, const CString& strLanguage, CString& line) {
-  for (INT_PTR i = 0; i < reader.GetVariantCount(); i++) {
-    const CTmxTUV& variant = reader.GetVariant(i);
-    if (variant.m_strLanguage.CompareNoCase(strLanguage) != 0) continue;
-    line.Empty();
-    const CString& segment = variant.m_strSegment;
-    for (int c = 0; c < segment.GetLength(); c++) {
-      const TCHAR ch = segment[c];
-      const bool bBreak = ch == '\n' || ch == '\r' || ch == '\t' || ch == '\v' || ch == '\f' || ch == 0x85 ||
-                          ch == 0x2028 || ch == 0x2029;
-      if (ch == '\n' && c > 0 && segment[c - 1] == '\r') continue;  // CR LF is one line break
-      line += bBreak ? TCHAR(' ') : ch;
-    }
-    int nStart = 0, nEnd = line.GetLength();
-    while (nStart < nEnd && line[nStart] == ' ') nStart++;
-    while (nEnd > nStart && line[nEnd - 1] == ' ') nEnd--;
-    if (nStart == nEnd) continue;
-    line = CString(line.GetString() + nStart, nEnd - nStart);
-    return true;
-  }
-  return false;
+// {"key":K,"tuid":…,"translation":{"FIRST":…,"SECOND":…}}, keyed by the ranges as given.
+void WritePairs(CTmxUnitReader& reader, const ExportOptions& options, CTmxPairSelector& pairs, Output& out,
+                Progress& progress) {
+  const CString strFirst = options.Range(0), strSecond = options.Range(1);
+  ForEachUnit(reader, progress, [&](const CTmxUnitReader& unit) {
+    if (!pairs.Select(unit)) return;
+    out << "{\"key\":" << unit.GetKey();
+    if (LPCTSTR pszId = unit.GetUnitId()) (out << ",\"tuid\":").Json(CString(pszId));
+    (out << ",\"translation\":{").Json(strFirst) << ":";
+    out.Json(pairs.GetFirst()) << ",";
+    out.Json(strSecond) << ":";
+    out.Json(pairs.GetSecond()) << "}}\n";
+  });
 }
 
 std::string MosesFile(const ExportOptions& options, int nLanguage) {
   return options.output + "." + options.pair[static_cast<size_t>(nLanguage)];
 }
 
-void WriteParallelText(CTmxUnitReader& reader, const ExportOptions& options, Progress& progress) {
-  const CString strFirst(options.pair[0].c_str()), strSecond(options.pair[1].c_str());
+void WriteParallelText(CTmxUnitReader& reader, const ExportOptions& options, CTmxPairSelector& pairs,
+                       Progress& progress) {
   OutputFile first(MosesFile(options, 0)), second(MosesFile(options, 1));
-  long long nWritten = 0, nSkipped = 0;
-  CString firstLine, secondLine;
   ForEachUnit(reader, progress, [&](const CTmxUnitReader& unit) {
-    if (!ParallelSegment(unit, strFirst, firstLine) || !ParallelSegment(unit, strSecond, secondLine)) {
-      nSkipped++;
-      return;
-    }
-    first.Out().Text(firstLine) << "\n";
-    second.Out().Text(secondLine) << "\n";
-    nWritten++;
+    if (!pairs.Select(unit)) return;
+    first.Out().Text(pairs.GetFirst()) << "\n";
+    second.Out().Text(pairs.GetSecond()) << "\n";
   });
   first.Close();
   second.Close();
   first.Commit();
   second.Commit();
-  if (!options.bQuiet) std::fprintf(stderr, "%lld units written, %lld skipped\n", nWritten, nSkipped);
+}
+
+void WriteSummary(const ExportOptions& options, const CTmxPairSelector& pairs) {
+  if (options.bQuiet) return;
+  std::string summary = std::to_string(pairs.GetSelectedCount()) + " units written, " +
+                        std::to_string(pairs.GetSkippedCount()) + " skipped";
+  if (options.bDedupe) summary += ", " + std::to_string(pairs.GetDuplicateCount()) + " dropped as duplicates";
+  std::fputs((summary + "\n").c_str(), stderr);
 }
 
 void RunExport(const ExportOptions& options, Output& out, ParserSafety& safety) {
   StreamInput input(options.source);
   std::unique_ptr<CTmxUnitReader> reader =
-      options.pair.empty() ? std::make_unique<CTmxUnitReader>()
-                           : std::make_unique<CTmxUnitReader>(CString(options.pair[0].c_str()),
-                                                             CString(options.pair[1].c_str()));
+      options.pair.empty() ? std::make_unique<CTmxUnitReader>(options.text)
+                           : std::make_unique<CTmxUnitReader>(options.Range(0), options.Range(1), options.text);
   safety.Apply(reader->GetParser());
   std::unique_ptr<OutputFile> file;
   if (!options.output.empty() && options.format != "moses") file = std::make_unique<OutputFile>(options.output);
+  Output& destination = file ? file->Out() : out;
   Progress progress(input, !options.bQuiet);
   reader->Open(input);
-  if (options.format == "moses") return WriteParallelText(*reader, options, progress);
-  WriteUnits(*reader, options.format == "jsonl", file ? file->Out() : out, progress);
+  if (options.SelectsPairs()) {
+    CTmxPairSelector pairs(options.Range(0), options.Range(1), options.text, options.bDedupe);
+    if (options.format == "moses")
+      WriteParallelText(*reader, options, pairs, progress);
+    else
+      WritePairs(*reader, options, pairs, destination, progress);
+    WriteSummary(options, pairs);
+  } else {
+    WriteUnits(*reader, options, destination, progress);
+  }
   if (file) {
     file->Close();
     file->Commit();
@@ -127,15 +141,21 @@ bool CanEndFileName(const std::string& language) {
   });
 }
 
-void CheckMosesOptions(const ExportOptions& options) {
-  if (options.pair.empty() || options.output.empty())
-    throw CLI::ValidationError("--format moses", "needs --pair FIRST SECOND and -o PREFIX");
-  if (CString(options.pair[0].c_str()).CompareNoCase(CString(options.pair[1].c_str())) == 0)
-    throw CLI::ValidationError("--format moses", "needs two different languages, not " + options.pair[0] + " twice");
+// moses and pairs select a segment per range: two ranges that are one would give one text twice.
+void CheckPairOptions(const ExportOptions& options) {
+  const std::string format = "--format " + options.format;
+  if (options.bDedupe && !options.SelectsPairs()) throw CLI::ValidationError("--dedupe", "needs --format moses or pairs");
+  if (!options.SelectsPairs()) return;
+  if (options.pair.empty() || (options.format == "moses" && options.output.empty()))
+    throw CLI::ValidationError(format, options.format == "moses" ? "needs --pair FIRST SECOND and -o PREFIX"
+                                                                 : "needs --pair FIRST SECOND");
+  if (options.Range(0).CompareNoCase(options.Range(1)) == 0)
+    throw CLI::ValidationError(format, "needs two different languages, not " + options.pair[0] + " twice");
+  if (options.format != "moses") return;
   for (const std::string& language : options.pair)
     if (!CanEndFileName(language))
-      throw CLI::ValidationError("--format moses", "'" + language + "' cannot end a file name: a language code of "
-                                                   "letters, digits, -, _ and @ can");
+      throw CLI::ValidationError(format, "'" + language + "' cannot end a file name: a language code of "
+                                         "letters, digits, -, _ and @ can");
 }
 
 }  // namespace
@@ -144,19 +164,24 @@ void AddExportCommand(CLI::App& app, PendingRun& pending, ParserSafety& safety) 
   auto options = std::make_shared<ExportOptions>();
   CLI::App* cmd = app.add_subcommand("export", "Stream the units of a TMX document of any size, in document order");
   AddLanguageChoice(cmd, options->pair);
+  cmd->add_option("--text", options->text, "plain (default): the sentence, without inline codes; markup: the "
+                                           "segment's content as XML; engine: what the engine's builders file")
+      ->type_name("TEXT")->transform(CLI::CheckedTransformer(kTextModes).description(""));
   cmd->add_option("--format", options->format, "jsonl (default): a unit a line, as `units --json` has it; "
                                                 "tsv: a variant a line, as `units` prints it; moses: PREFIX.FIRST "
-                                                "and PREFIX.SECOND, a segment a line (needs --pair and -o)")
-      ->type_name("FORMAT")->check(CLI::IsMember({"jsonl", "tsv", "moses"}).description(""));
+                                                "and PREFIX.SECOND, a segment a line (needs --pair and -o); pairs: "
+                                                "a JSON line a pair, {\"translation\":{FIRST:…,SECOND:…}} (needs --pair)")
+      ->type_name("FORMAT")->check(CLI::IsMember({"jsonl", "tsv", "moses", "pairs"}).description(""));
+  cmd->add_flag("--dedupe", options->bDedupe, "moses and pairs: drop a pair equal to one already written");
   cmd->add_option("-o,--output", options->output,
                   "Write to this file (for moses, this prefix) instead of standard output, once the whole "
                   "document is read")
       ->type_name("OUT");
-  cmd->add_flag("--quiet", options->bQuiet, "No progress line on a terminal, no summary of a moses export");
+  cmd->add_flag("--quiet", options->bQuiet, "No progress line on a terminal, no summary of a moses or pairs export");
   AllowExternal(cmd, safety);
   cmd->add_option("SOURCE", options->source, "TMX file, or - for standard input")->required();
   cmd->callback([options, &pending] {
-    if (options->format == "moses") CheckMosesOptions(*options);
+    CheckPairOptions(*options);
     pending.input = options->source;
     pending.run = [options](Output& out, ParserSafety& safety) { RunExport(*options, out, safety); };
   });

@@ -27,7 +27,7 @@ void Render(TmxUnitMap& map, bool bResult, bool bJson, Output& out) {
       WriteTextUnit(out, key, nVariants, variant);
       continue;
     }
-    WriteJsonUnit(out, key, nVariants, variant);
+    WriteJsonUnit(out, key, nullptr, nVariants, variant);
     if (pos) out << ",";
   }
   if (bJson) out << "]}\n";

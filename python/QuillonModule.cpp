@@ -16,6 +16,7 @@
 #include "quillon/GenXMLInterface.h"
 #include "quillon/PackedImage.h"
 #include "quillon/SafeParsing.h"
+#include "quillon/TmxPairs.h"
 #include "quillon/TmxUnitReader.h"
 
 namespace py = pybind11;
@@ -40,7 +41,7 @@ py::object NewRecordType(const char* pszName, const char* pszDoc, const std::vec
   return type;
 }
 
-py::object g_unit, g_variant, g_record, g_flags;  // kept for the life of the process, as the module is
+py::object g_unit, g_variant, g_pair, g_record, g_flags;  // kept for the life of the process, as the module is
 PyObject* g_pParseError;
 
 // An instance of a named tuple class with n fields, which PyTuple_SET_ITEM then sets. It is
@@ -223,54 +224,97 @@ class Source {
 
 // ---- Reading units -----------------------------------------------------------------------------
 
-// The reader for pair: two language codes, or None for every language.
-std::unique_ptr<CTmxUnitReader> NewReader(const py::object& pair) {
-  if (pair.is_none()) return std::make_unique<CTmxUnitReader>();
+using TextMode = CTmxUnitReader::TextMode;
+
+TextMode TextModeOf(const py::object& text) {
+  if (!py::isinstance<py::str>(text)) throw py::type_error("text must be 'plain', 'markup' or 'engine'");
+  const std::string name = text.cast<std::string>();
+  if (name == "plain") return TextMode::Plain;
+  if (name == "markup") return TextMode::Markup;
+  if (name == "engine") return TextMode::Engine;
+  throw py::value_error("text must be 'plain', 'markup' or 'engine', not '" + name + "'");
+}
+
+CString LanguageOf(const py::handle& language, const char* pszWhat) {
+  if (!py::isinstance<py::str>(language)) throw py::type_error(std::string(pszWhat) + " must be a language code given as str");
+  return CString(language.cast<std::string>().c_str());
+}
+
+// The reader for pair: two language codes (ranges, in plain and markup text), or None for every
+// language.
+std::unique_ptr<CTmxUnitReader> NewReader(const py::object& pair, TextMode mode) {
+  if (pair.is_none()) return std::make_unique<CTmxUnitReader>(mode);
   if (py::isinstance<py::str>(pair) || py::isinstance<py::bytes>(pair) || !py::isinstance<py::sequence>(pair))
     throw py::type_error("pair must be two language codes, such as ('en', 'de')");
   const py::sequence languages = pair;
   if (languages.size() != 2)
     throw py::value_error("pair must hold two language codes, not " + std::to_string(languages.size()));
-  if (!py::isinstance<py::str>(languages[0]) || !py::isinstance<py::str>(languages[1]))
-    throw py::type_error("pair must be two language codes given as str");
-  return std::make_unique<CTmxUnitReader>(CString(languages[0].cast<std::string>().c_str()),
-                                          CString(languages[1].cast<std::string>().c_str()));
+  return std::make_unique<CTmxUnitReader>(LanguageOf(languages[0], "each of pair"), LanguageOf(languages[1], "each of pair"),
+                                          mode);
 }
 
-class UnitIterator {
+// A read of a source that the caller iterates, one step at a time with the lock released.
+class Read {
  public:
-  UnitIterator(const UnitIterator&) = delete;
-  UnitIterator& operator=(const UnitIterator&) = delete;
-  UnitIterator(py::handle source, const py::object& pair, bool bSafe)
-      : m_source(std::make_unique<Source>(source)), m_reader(NewReader(pair)) {
+  Read(const Read&) = delete;
+  Read& operator=(const Read&) = delete;
+  Read(py::handle source, std::unique_ptr<CTmxUnitReader> reader, bool bSafe)
+      : m_source(std::make_unique<Source>(source)), m_reader(std::move(reader)) {
     if (bSafe) m_safe.Apply(m_reader->GetParser());
     m_reader->Open(m_source->Input());
-  }
-
-  py::object Next() {
-    if (m_reader == nullptr ||
-        !WithoutLock(m_source->path, &m_safe, [this] { return m_reader->ReadNextUnit() != FALSE; }))
-      throw py::stop_iteration();
-    const INT_PTR nVariants = m_reader->GetVariantCount();
-    py::object variants = py::reinterpret_steal<py::object>(Checked(PyTuple_New(nVariants)));
-    for (INT_PTR i = 0; i < nVariants; i++) {
-      const CTmxTUV& tuv = m_reader->GetVariant(i);
-      PyObject* pVariant = NewRecord(g_variant, 3);
-      PyTuple_SET_ITEM(variants.ptr(), i, pVariant);
-      PyTuple_SET_ITEM(pVariant, 0, Language(tuv.m_strLanguage));
-      PyTuple_SET_ITEM(pVariant, 1, NewStr(tuv.m_strSegment));
-      PyTuple_SET_ITEM(pVariant, 2, NewStr(tuv.m_strNote));
-    }
-    py::object unit = py::reinterpret_steal<py::object>(NewRecord(g_unit, 2));
-    PyTuple_SET_ITEM(unit.ptr(), 0, Checked(PyLong_FromLong(m_reader->GetKey())));
-    PyTuple_SET_ITEM(unit.ptr(), 1, variants.release().ptr());
-    return unit;
   }
 
   // The read ends here: the parser lets go of the source, which closes the file it opened.
   void Close() {
     m_reader.reset();
     if (std::unique_ptr<Source> pSource = std::move(m_source)) pSource->Close();
+  }
+
+ protected:
+  // Reads on to the next unit for which take(reader) holds; raises StopIteration at the end.
+  template <class Take>
+  void Step(Take take) {
+    if (m_reader == nullptr || !WithoutLock(m_source->path, &m_safe, [&] {
+          while (m_reader->ReadNextUnit())
+            if (take(*m_reader)) return true;
+          return false;
+        }))
+      throw py::stop_iteration();
+  }
+  const CTmxUnitReader& Reader() const { return *m_reader; }
+  PyObject* UnitId() const {
+    LPCTSTR pszId = m_reader->GetUnitId();
+    return pszId ? NewStr(CString(pszId)) : py::none().release().ptr();
+  }
+
+ private:
+  CSafeParsing m_safe;               // outlives the reader, whose parser points at it,
+  std::unique_ptr<Source> m_source;  // as the source does, which it reads
+  std::unique_ptr<CTmxUnitReader> m_reader;
+};
+
+class UnitIterator : public Read {
+ public:
+  UnitIterator(py::handle source, const py::object& pair, const py::object& text, bool bSafe)
+      : Read(source, NewReader(pair, TextModeOf(text)), bSafe) {}
+
+  py::object Next() {
+    Step([](const CTmxUnitReader&) { return true; });
+    const INT_PTR nVariants = Reader().GetVariantCount();
+    py::object variants = py::reinterpret_steal<py::object>(Checked(PyTuple_New(nVariants)));
+    for (INT_PTR i = 0; i < nVariants; i++) {
+      const CTmxTUV& tuv = Reader().GetVariant(i);
+      PyObject* pVariant = NewRecord(g_variant, 3);
+      PyTuple_SET_ITEM(variants.ptr(), i, pVariant);
+      PyTuple_SET_ITEM(pVariant, 0, Language(tuv.m_strLanguage));
+      PyTuple_SET_ITEM(pVariant, 1, NewStr(tuv.m_strSegment));
+      PyTuple_SET_ITEM(pVariant, 2, NewStr(tuv.m_strNote));
+    }
+    py::object unit = py::reinterpret_steal<py::object>(NewRecord(g_unit, 3));
+    PyTuple_SET_ITEM(unit.ptr(), 0, Checked(PyLong_FromLong(Reader().GetKey())));
+    PyTuple_SET_ITEM(unit.ptr(), 1, UnitId());
+    PyTuple_SET_ITEM(unit.ptr(), 2, variants.release().ptr());
+    return unit;
   }
 
  private:
@@ -283,10 +327,32 @@ class UnitIterator {
     return pStr;
   }
 
-  CSafeParsing m_safe;               // outlives the reader, whose parser points at it,
-  std::unique_ptr<Source> m_source;  // as the source does, which it reads
-  std::unique_ptr<CTmxUnitReader> m_reader;
   std::vector<std::pair<CString, py::object>> m_languages;
+};
+
+// The pairs that `quillon export --format pairs` writes.
+class PairIterator : public Read {
+ public:
+  PairIterator(py::handle source, const py::object& first, const py::object& second, const py::object& text,
+               bool bDedupe, bool bSafe)
+      : PairIterator(source, LanguageOf(first, "first"), LanguageOf(second, "second"), TextModeOf(text), bDedupe, bSafe) {}
+
+  py::object Next() {
+    Step([this](const CTmxUnitReader& reader) { return m_pairs.Select(reader) != FALSE; });
+    py::object pair = py::reinterpret_steal<py::object>(NewRecord(g_pair, 4));
+    PyTuple_SET_ITEM(pair.ptr(), 0, Checked(PyLong_FromLong(Reader().GetKey())));
+    PyTuple_SET_ITEM(pair.ptr(), 1, UnitId());
+    PyTuple_SET_ITEM(pair.ptr(), 2, NewStr(m_pairs.GetFirst()));
+    PyTuple_SET_ITEM(pair.ptr(), 3, NewStr(m_pairs.GetSecond()));
+    return pair;
+  }
+
+ private:
+  PairIterator(py::handle source, const CString& first, const CString& second, TextMode mode, bool bDedupe, bool bSafe)
+      : Read(source, std::make_unique<CTmxUnitReader>(first, second, mode), bSafe),
+        m_pairs(first, second, mode, bDedupe) {}
+
+  CTmxPairSelector m_pairs;
 };
 
 py::list Languages(py::handle source, bool bSafe) {
@@ -373,27 +439,31 @@ PackedImage ReadImage(const py::buffer& data) {
 
 PYBIND11_MODULE(quillon, m) {
   m.doc() = "Quillon: TMX translation memories of any size, read as a stream; XML packed into images.";
-  g_unit = NewRecordType("Unit", "A translation unit: its key and its variants in document order.", {"key", "variants"});
+  g_unit = NewRecordType("Unit", "A translation unit: its key, its tu's tuid (None when it has none) and its variants "
+                         "in document order.", {"key", "tuid", "variants"});
   g_variant = NewRecordType("Variant", "A variant of a unit: one seg of a tuv, its language and its note.",
                             {"language", "segment", "note"});
+  g_pair = NewRecordType("Pair", "A unit's segments in two language ranges, whitespace made plain.",
+                         {"key", "tuid", "first", "second"});
   g_flags = NewRecordType("Flags", "The eight flag bytes of a record.",
                           std::vector<const char*>(std::begin(quillon::PackedRecord::kFlagNames),
                                                    std::end(quillon::PackedRecord::kFlagNames)));
   g_record = NewRecordType("Record", "A record of a packed image, one node of the document.",
                            {"name", "value", "index", "depth", "flags"});
-  for (const py::object* pType : {&g_unit, &g_variant, &g_flags, &g_record})
+  for (const py::object* pType : {&g_unit, &g_variant, &g_pair, &g_flags, &g_record})
     m.add_object(pType->attr("__name__").cast<std::string>().c_str(), *pType);
   g_pParseError = Checked(PyErr_NewExceptionWithDoc(
       "quillon.ParseError", "The document cannot be read: its path, line and column (None where unknown) and the parser's message.",
       PyExc_ValueError, nullptr));
   m.add_object("ParseError", py::reinterpret_borrow<py::object>(g_pParseError));
 
-  py::class_<UnitIterator>(m, "UnitIterator", "The units of a document, read as the caller iterates.")
+  py::class_<Read>(m, "Read", "A read of a document, as the caller iterates.")
       .def("__iter__", [](py::object self) { return self; })
-      .def("__next__", &UnitIterator::Next)
-      .def("close", &UnitIterator::Close, "Ends the read now: a file the iterator opened is closed.")
+      .def("close", &Read::Close, "Ends the read now: a file the read opened is closed.")
       .def("__enter__", [](py::object self) { return self; })
-      .def("__exit__", [](UnitIterator& self, py::args) { self.Close(); });
+      .def("__exit__", [](Read& self, py::args) { self.Close(); });
+  py::class_<UnitIterator, Read>(m, "UnitIterator", "The units of a document.").def("__next__", &UnitIterator::Next);
+  py::class_<PairIterator, Read>(m, "PairIterator", "The segment pairs of a document.").def("__next__", &PairIterator::Next);
   auto image = py::class_<PackedImage>(m, "PackedImage", "The records of a packed image, and its encoding.");
   auto records = [](const PackedImage& self) { return self.records; };
   image.def_readonly("encoding", &PackedImage::encoding)
@@ -408,15 +478,32 @@ PYBIND11_MODULE(quillon, m) {
   py::module_::import("collections.abc").attr("Sequence").attr("register")(image);
 
   // The iterator stays where it was made: its parser points at its own settings.
-  m.def("read_units", [](py::handle source, py::object pair, bool bSafe) { return std::make_unique<UnitIterator>(source, pair, bSafe); },
-        py::arg("source"), py::arg("pair") = py::none(), py::kw_only(), py::arg("safe") = true,
+  // Reads stay where they were made: their parsers point at their own settings.
+  m.def("read_units",
+        [](py::handle source, py::object pair, py::object text, bool bSafe) {
+          return std::make_unique<UnitIterator>(source, pair, text, bSafe);
+        },
+        py::arg("source"), py::arg("pair") = py::none(), py::kw_only(), py::arg("text") = "plain", py::arg("safe") = true,
         "The units of a TMX document, in document order, read as the caller iterates.\n\n"
         "source: a path, the document's bytes, or a binary file object read in chunks (standard input,\n"
-        "gzip.open(...)). pair: the two languages of the bilingual rules; None for every language.\n"
+        "gzip.open(...)). text: 'plain', the sentence without inline codes; 'markup', the segment's\n"
+        "content as XML; 'engine', what the engine's builders file. pair: two language ranges ('en'\n"
+        "matches en-US and EN_gb; '*' every code) whose variants are kept, and the units that have one;\n"
+        "with text='engine', the two languages of the bilingual rules. None keeps every language.\n"
         "safe: no external DTD or entity is loaded and entity expansion is capped; False gives the\n"
         "parser library's defaults. close() (or a with block) ends the read early.\n\n"
         "Raises ParseError once the units before the error have been read, OSError when a path\n"
         "cannot be opened, MemoryError when memory runs out.");
+  m.def("read_pairs",
+        [](py::handle source, py::object first, py::object second, py::object text, bool bDedupe, bool bSafe) {
+          return std::make_unique<PairIterator>(source, first, second, text, bDedupe, bSafe);
+        },
+        py::arg("source"), py::arg("first"), py::arg("second"), py::kw_only(), py::arg("text") = "plain",
+        py::arg("dedupe") = false, py::arg("safe") = true,
+        "The units' segment pairs in two language ranges, as `quillon export --format pairs` writes\n"
+        "them: Pair(key, tuid, first, second), each segment the first non-empty one of its range,\n"
+        "whitespace runs made one space and trimmed; units without both are skipped. dedupe drops a\n"
+        "pair equal to one already given. source, text and safe as for read_units.");
   m.def("languages", &Languages, py::arg("source"), py::kw_only(), py::arg("safe") = true,
         "The distinct language codes of the document's variants, in ordinal order.");
   m.def("pack", &Pack, py::arg("path"), py::kw_only(), py::arg("safe") = true,

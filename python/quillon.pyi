@@ -1,15 +1,17 @@
 """Quillon: TMX translation memories of any size, read as a stream; XML packed into images.
 
-The units are exactly those that Quillon's C++ builders file (CreateDataStructures for a
-language pair, CreateMultilingualDataStructures without one), in document order, read in
-constant memory with the parser working outside the interpreter lock.
+Units are read in document order, in constant memory, with the parser working outside the
+interpreter lock. Their segment text is 'plain' (the sentence, without inline codes), 'markup'
+(the segment's content as XML) or 'engine' (exactly what Quillon's C++ builders file:
+CreateDataStructures for a language pair, CreateMultilingualDataStructures without one).
 """
 
 import os
 from types import TracebackType
-from typing import BinaryIO, Iterator, NamedTuple, Optional, Sequence, Tuple, Type, Union, overload
+from typing import BinaryIO, Iterator, Literal, NamedTuple, Optional, Sequence, Tuple, Type, TypeVar, Union, overload
 
 Source = Union[str, os.PathLike, bytes, bytearray, memoryview, BinaryIO]
+Text = Literal["plain", "markup", "engine"]
 
 class Variant(NamedTuple):
     """One variant of a unit: one seg of a tuv."""
@@ -19,8 +21,16 @@ class Variant(NamedTuple):
 
 class Unit(NamedTuple):
     """A translation unit with at least one kept variant."""
-    key: int                       #: the unit's key, as the builders file it
+    key: int                       #: the tu's ordinal; with text='engine', the key the builders file
+    tuid: Optional[str]            #: the tu's tuid attribute, None when it has none
     variants: Tuple[Variant, ...]  #: in document order
+
+class Pair(NamedTuple):
+    """A unit's segments in two language ranges, whitespace runs made one space and trimmed."""
+    key: int
+    tuid: Optional[str]
+    first: str
+    second: str
 
 class ParseError(ValueError):
     """The document cannot be read (malformed, refused by the safe settings, ...)."""
@@ -29,28 +39,42 @@ class ParseError(ValueError):
     column: Optional[int]
     message: str           #: the parser's message
 
-class UnitIterator(Iterator[Unit]):
-    def __iter__(self) -> "UnitIterator": ...
-    def __next__(self) -> Unit: ...
+R = TypeVar("R")
+
+class Read(Iterator[R]):
+    def __iter__(self: "Read[R]") -> "Read[R]": ...
+    def __next__(self) -> R: ...
     def close(self) -> None:
-        """Ends the read now: a file the iterator opened is closed; next() then stops."""
-    def __enter__(self) -> "UnitIterator": ...
+        """Ends the read now: a file the read opened is closed; next() then stops."""
+    def __enter__(self: "Read[R]") -> "Read[R]": ...
     def __exit__(self, kind: Optional[Type[BaseException]], error: Optional[BaseException],
                  traceback: Optional[TracebackType]) -> None: ...
 
-def read_units(source: Source, pair: Optional[Tuple[str, str]] = None, *, safe: bool = True) -> UnitIterator:
+class UnitIterator(Read[Unit]): ...
+class PairIterator(Read[Pair]): ...
+
+def read_units(source: Source, pair: Optional[Tuple[str, str]] = None, *, text: Text = "plain",
+               safe: bool = True) -> UnitIterator:
     """The units of a TMX document, in document order, read as the caller iterates.
 
     source: a path, the document's bytes, or a binary file object read in chunks (standard
-    input, gzip.open(...)). pair: the two languages of the bilingual rules; None for every
+    input, gzip.open(...)). text: 'plain', 'markup' or 'engine'. pair: two language ranges
+    ('en' matches en-US and EN_gb, '*' every code) whose variants are kept, and the units that
+    have one; with text='engine', the two languages of the bilingual rules. None keeps every
     language. safe: no external DTD or entity is loaded and entity expansion is capped; False
     gives the parser library's defaults, as the C++ library keeps them. close() (or a with
     block) ends the read early.
 
     Raises ParseError once the units before the error have been read, OSError when a path
     cannot be opened, MemoryError when memory runs out; TypeError or ValueError for a pair that
-    is not two language codes.
+    is not two language codes or an unknown text.
     """
+
+def read_pairs(source: Source, first: str, second: str, *, text: Text = "plain", dedupe: bool = False,
+               safe: bool = True) -> PairIterator:
+    """The segment pairs of `quillon export --format pairs`: per unit, the first non-empty segment
+    of each range (an exact code before a longer one), units without both skipped; dedupe drops
+    a pair equal to one already given. Errors as read_units raises them."""
 
 def languages(source: Source, *, safe: bool = True) -> list[str]:
     """The distinct language codes of the document's variants, in ordinal order."""

@@ -62,19 +62,19 @@ expect units-pair-json 0 '^[{]"result":true,"units":\[[{]"key":0,"variants":\[[{
 expect units-no-body 0 '^[{]"result":false,"units":\[\][}]'"$N\$" '^$' -- "$quillon" units --pair en de --json "$tmp/nobody.tmx"
 expect units-pair-and-all 2 '^$' '.' -- "$quillon" units --pair en de --all examples/sample.tmx
 
-# export: the units of `units`, in document order. JSON strings escape their quotes, so a
-# unit object starts wherever ,{"key": occurs.
+# export --text engine: the units of `units`, in document order. JSON strings escape their
+# quotes, so a unit object starts wherever ,{"key": occurs.
 json_units() { sed -e 's/^{"result":[a-z]*,"units":\[//' -e 's/\]}$//' -e 's/,{"key":/\n{"key":/g' | LC_ALL=C sort -s -t: -k2,2n; }
 for f in examples/sample.tmx tests/fuzz/seeds/units.tmx "$tmp/esc.tmx"; do
   for pair in "" "--pair en-US de-DE"; do
-    check "export-json $f $pair" same "$("$quillon" units --json $pair "$f" | json_units)" "$("$quillon" export $pair "$f")"
+    check "export-json $f $pair" same "$("$quillon" units --json $pair "$f" | json_units)" "$("$quillon" export --text engine $pair "$f")"
     check "export-tsv $f $pair" same "$("$quillon" units $pair "$f" | LC_ALL=C sort -s -n -k1,1)" \
-      "$("$quillon" export --format tsv $pair "$f")"
+      "$("$quillon" export --text engine --format tsv $pair "$f")"
   done
 done
-STDIN=examples/sample.tmx expect export-stdin 0 '^[{]"key":0,"variants":\[[{]"language":"en-US"' '^$' -- "$quillon" export --pair en-US fr-FR -
+STDIN=examples/sample.tmx expect export-stdin 0 '^[{]"key":0,"tuid":"welcome","variants":\[[{]"language":"en-US"' '^$' -- "$quillon" export --pair en-US fr-FR -
 printf '<tmx><body>\n<tu><tuv lang="en"><seg>a</seg></tuv></tu>\n<tu><tuv lang="en"><seg>b</seg></tuv></tu>\n<tu></tmx>' >"$tmp/late.tmx"
-expect export-late-error 1 "^[{]\"key\":0,.*$N[{]\"key\":2,.*$N\$" "^$tmp/late.tmx:4:[0-9]+: error: [^$N]+$N\$" -- "$quillon" export --pair en de "$tmp/late.tmx"
+expect export-late-error 1 "^[{]\"key\":0,.*$N[{]\"key\":1,.*$N\$" "^$tmp/late.tmx:4:[0-9]+: error: [^$N]+$N\$" -- "$quillon" export --pair en de "$tmp/late.tmx"
 printf '<tmx><body>\n<tu><tuv lang="en"><seg> a\r\nb\tc </seg></tuv><tuv lang="de"><seg>x</seg></tuv></tu>\n<tu><tuv lang="en"><seg>only</seg></tuv><tuv lang="de"><seg> </seg></tuv></tu></body></tmx>' >"$tmp/par.tmx"
 expect export-moses 0 '^$' "^1 units written, 1 skipped$N\$" -- "$quillon" export --format moses --pair EN de -o "$tmp/par" "$tmp/par.tmx"
 check moses-files same "$(cat "$tmp/par.EN")|$(cat "$tmp/par.de")" "a b c|x"
@@ -96,6 +96,36 @@ printf '<tmx><body>\n<tu><tuv lang="en"><seg>a&#13;b</seg></tuv></tu></body></tm
 for command in units "export --format tsv"; do
   expect "carriage-return-$command" 0 "^0${T}en${T}a[\\\\]rb${T}$N\$" '^$' -- "$quillon" $command "$tmp/cr.tmx"
 done
+
+# The text of a segment as real tools write it, in each mode; plain and markup units are the
+# multilingual ones, their pair a pair of language ranges.
+seg='Click <bpt i="1">{\b </bpt>Save<ept i="1">}</ept> to keep <ph x="2">&lt;br/&gt;</ph>your work.'
+printf '<tmx><body>\n<tu tuid="t1"><tuv xml:lang="en-US"><seg>%s</seg></tuv><tuv xml:lang="de-DE"><seg>Sichern</seg></tuv></tu></body></tmx>' \
+  "$seg" >"$tmp/codes.tmx"
+while IFS='|' read -r options expected; do
+  check "segment-text $options" same "$("$quillon" export $options --format tsv "$tmp/codes.tmx" | head -n 1)" "$expected"
+done <<'EOF'
+|0	en-US	Click Save to keep your work.	
+--text markup|0	en-US	Click <bpt i="1">{\\b </bpt>Save<ept i="1">}</ept> to keep <ph x="2">&lt;br/&gt;</ph>your work.	
+--text engine|0	en-US	Click 	
+--text engine --pair en-US de-DE|0	en-US	Click {\\b Save} to keep <br/>your work.	
+--pair en de|0	en-US	Click Save to keep your work.	
+--pair EN_us DE|0	en-US	Click Save to keep your work.	
+--pair en-GB de|0	de-DE	Sichern	
+EOF
+expect pairs 0 "^[{]\"key\":0,\"tuid\":\"t1\",\"translation\":[{]\"en\":\"Click Save to keep your work.\",\"de\":\"Sichern\"[}][}]$N\$" \
+  "^1 units written, 0 skipped$N\$" -- "$quillon" export --format pairs --pair en de "$tmp/codes.tmx"
+expect pairs-engine 0 '^$' "^0 units written, 0 skipped$N\$" -- "$quillon" export --text engine --format pairs --pair en de "$tmp/codes.tmx"
+expect pairs-needs-pair 2 '^$' 'needs --pair' -- "$quillon" export --format pairs examples/sample.tmx
+expect dedupe-needs-pairs 2 '^$' 'needs --format moses or pairs' -- "$quillon" export --dedupe examples/sample.tmx
+expect bad-text 2 '^$' '.' -- "$quillon" export --text html examples/sample.tmx
+# Repeats after whitespace is made plain are dropped and counted; an empty side skips the unit.
+printf '<tmx><body>\n<tu><tuv lang="en"><seg>a  b</seg></tuv><tuv lang="de"><seg>x</seg></tuv></tu>\n<tu><tuv lang="en-GB"><seg> a\tb\n</seg></tuv><tuv lang="de"><seg>x </seg></tuv></tu>\n<tu><tuv lang="en"><seg>a b</seg></tuv><tuv lang="de"><seg>y</seg></tuv></tu>\n<tu><tuv lang="en"><seg>a b</seg></tuv><tuv lang="de"><seg> </seg></tuv></tu></body></tmx>' >"$tmp/dup.tmx"
+for format in moses pairs; do
+  expect "dedupe-$format" 0 '.*' "^2 units written, 1 skipped, 1 dropped as duplicates$N\$" \
+    -- "$quillon" export --format $format --dedupe --pair en de -o "$tmp/dup" "$tmp/dup.tmx"
+done
+check dedupe-moses-files same "$(cat "$tmp/dup.en")|$(cat "$tmp/dup.de")" "a b${N}a b|x${N}y"
 expect export-bad-format 2 '^$' '.' -- "$quillon" export --format xml examples/sample.tmx
 expect languages-stream 0 "^de-DE${N}en-US${N}fr-FR${N}ja-JP${N}\$" '^$' -- "$quillon" languages --stream examples/sample.tmx
 

@@ -23,12 +23,12 @@ void EventCursor::startElement(const XMLCh* const, const XMLCh* const, const XML
   }
 }
 
-void EventCursor::endElement(const XMLCh* const, const XMLCh* const, const XMLCh* const) {
+void EventCursor::endElement(const XMLCh* const, const XMLCh* const, const XMLCh* const pszName) {
   if (InBody()) {
     if (Level() == 0)
       m_at.nBodyDepth = 0;  // only the first body is read
     else
-      m_sink.End(Level() - 1);
+      m_sink.End(Level() - 1, pszName);
   }
   m_at.nDepth--;
   m_at.bTextOpen = false;

@@ -22,8 +22,8 @@ class NodeSink {
                     const xercesc::Attributes* pAttributes) = 0;
   // Character data of the text or CDATA node in progress at nLevel.
   virtual void Text(int nLevel, TextView text) = 0;
-  // The element that began at nLevel ends.
-  virtual void End(int nLevel) = 0;
+  // The element pszName that began at nLevel ends.
+  virtual void End(int nLevel, LPCTSTR pszName) = 0;
 
  protected:
   ~NodeSink() = default;
@@ -40,7 +40,7 @@ class EventCursor : public xercesc::DefaultHandler {
 
   void startElement(const XMLCh* const, const XMLCh* const, const XMLCh* const pszName,
                     const xercesc::Attributes& attributes) override;
-  void endElement(const XMLCh* const, const XMLCh* const, const XMLCh* const) override;
+  void endElement(const XMLCh* const, const XMLCh* const, const XMLCh* const pszName) override;
   void characters(const XMLCh* const pch, const XMLSize_t nLength) override;
   void ignorableWhitespace(const XMLCh* const pch, const XMLSize_t nLength) override { characters(pch, nLength); }
   void comment(const XMLCh* const pch, const XMLSize_t nLength) override;

@@ -1,33 +1,31 @@
-// The seg being streamed, as the segment rules look at it: its text content (its text and CDATA
-// at every depth) and the values of its first child and of its last child that has one. A text
-// or CDATA value lies in the content; a comment's or a PI's is kept apart.
+// How a seg's content becomes the text of its variant: one piece per text mode, fed the seg's
+// nodes (depth 1 for its children, 2 for theirs, ...) and asked to file the variant when the seg
+// ends. A new text mode is a new piece here.
 #pragma once
 
-#include "quillon/afx.h"
+#include <memory>
+
+#include "quillon/TmxUnitReader.h"
+#include "tmx/EventCursor.h"
 #include "tmx/UnitRules.h"
 
-class SegmentText {
+class SegmentText : public NodeSink {
  public:
-  void Begin();
-  // A child node of the seg begins: its type, and a comment's or PI's value.
-  void BeginChild(short nType, TextView markup);
-  // Character data anywhere in the seg; bOfChild when it belongs to the child in progress, which
-  // is then the last child with a value.
-  void Text(TextView text, bool bOfChild);
-  SegSummary Summary() const;
-  TextView Content() const { return TextView(m_content.GetString(), Length()); }
-
- private:
-  struct Value {
-    bool bPresent = false;
-    const CString* pMarkup = nullptr;  // a comment's or PI's value; else the value is in the content
-    size_t nStart = 0, nEnd = 0;
-  };
-  size_t Length() const { return static_cast<size_t>(m_content.GetLength()); }
-  TextView ViewOf(const Value& value) const;
-
-  CString m_content;
-  CString m_firstMarkup, m_lastMarkup;
-  int m_nChildren = 0;
-  Value m_first, m_last;
+  virtual ~SegmentText() = default;
+  // A seg begins.
+  virtual void Begin() = 0;
+  // The seg has ended: its variant goes through the rules.
+  virtual void File(UnitRules& rules) = 0;
 };
+
+std::unique_ptr<SegmentText> MakeEngineSegment();  // the builders' segment rules
+std::unique_ptr<SegmentText> MakePlainSegment();
+std::unique_ptr<SegmentText> MakeMarkupSegment();
+
+inline std::unique_ptr<SegmentText> MakeSegmentText(CTmxUnitReader::TextMode mode) {
+  switch (mode) {
+    case CTmxUnitReader::TextMode::Plain: return MakePlainSegment();
+    case CTmxUnitReader::TextMode::Markup: return MakeMarkupSegment();
+    default: return MakeEngineSegment();
+  }
+}

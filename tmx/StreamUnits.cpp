@@ -3,11 +3,14 @@
 using namespace xercesc;
 using Role = UnitRules::Role;
 
-StreamUnits::StreamUnits(const CString* pFirstLanguage, const CString* pSecondLanguage, UnitEnds& ends)
+StreamUnits::StreamUnits(const CString* pFirstLanguage, const CString* pSecondLanguage, CTmxUnitReader::TextMode mode,
+                         UnitEnds& ends)
     : m_strFirst(pFirstLanguage ? *pFirstLanguage : CString()),
       m_strSecond(pSecondLanguage ? *pSecondLanguage : CString()),
-      m_rules(*this, m_nKeyCounter, pFirstLanguage ? &m_strFirst : nullptr, pFirstLanguage ? &m_strSecond : nullptr),
-      m_ends(ends) {}
+      m_rules(*this, m_nKeyCounter, pFirstLanguage ? &m_strFirst : nullptr, pFirstLanguage ? &m_strSecond : nullptr,
+              mode != CTmxUnitReader::TextMode::Engine),
+      m_ends(ends),
+      m_pSeg(MakeSegmentText(mode)) {}
 
 void StreamUnits::Restart() {
   m_nKeyCounter = m_nKey = -1;
@@ -23,7 +26,7 @@ const CTmxTUV& StreamUnits::Variant(INT_PTR nIndex) const {
 void StreamUnits::Node(int nLevel, short nType, LPCTSTR pszName, TextView value, const Attributes* pAttributes) {
   switch (nLevel) {
     case 0:
-      ChainNode(nType, pszName);
+      ChainNode(nType, pszName, pAttributes);
       break;
     case 1:
       if (m_unit.bOpen) UnitChild(nType, pszName, value, pAttributes);
@@ -31,21 +34,23 @@ void StreamUnits::Node(int nLevel, short nType, LPCTSTR pszName, TextView value,
     case 2:
       if (m_unit.bOpen && m_unit.child == Role::kVariant) VariantChild(nType, pszName, value);
       break;
-    case 3:
-      if (InSeg()) m_seg.BeginChild(nType, value);
-      break;
-    default:
+    default:  // inside a seg, whose depths count from 1 for its children
+      if (InSeg()) m_pSeg->Node(nLevel - 2, nType, pszName, value, pAttributes);
       break;
   }
 }
 
 void StreamUnits::Text(int nLevel, TextView text) {
   if (m_unit.bInNote) m_note.Append(text.data(), static_cast<int>(text.size()));
-  if (InSeg()) m_seg.Text(text, nLevel == 3);
+  if (InSeg()) m_pSeg->Text(nLevel - 2, text);
 }
 
-void StreamUnits::End(int nLevel) {
+void StreamUnits::End(int nLevel, LPCTSTR pszName) {
   if (!m_unit.bOpen) return;
+  if (nLevel > 2) {
+    if (InSeg()) m_pSeg->End(nLevel - 2, pszName);
+    return;
+  }
   if (nLevel == 0) {
     m_unit.bOpen = false;
     if (m_unit.nVariants > 0) m_ends.UnitRead();
@@ -55,20 +60,25 @@ void StreamUnits::End(int nLevel) {
     m_unit.bInNote = false;
   } else if (nLevel == 2 && m_unit.child == Role::kVariant) {
     if (m_unit.variantChild == Role::kNote) m_rules.VariantNote(NoteText());
-    if (m_unit.variantChild == Role::kSegment) m_rules.Segment(m_seg.Summary(), [this] { return m_seg.Content(); });
+    if (m_unit.variantChild == Role::kSegment) m_pSeg->File(m_rules);
     m_unit.variantChild = Role::kOther;
     m_unit.bInNote = false;
   }
 }
 
 // The body chain leaves out body's first node when the rules say so; a unit starts afresh.
-void StreamUnits::ChainNode(short nType, LPCTSTR pszName) {
+void StreamUnits::ChainNode(short nType, LPCTSTR pszName, const Attributes* pAttributes) {
   const bool bFirst = !m_bChainStarted;
   m_bChainStarted = true;
   if ((bFirst && UnitRules::LeftOutWhenFirst(nType)) || !m_rules.ChainNode(nType, pszName)) return;
   m_unit = UnitState();
   m_unit.bOpen = true;
   m_rules.BeginUnit();
+  for (XMLSize_t i = 0, nAttributes = pAttributes->getLength(); i < nAttributes; i++)
+    if (UnitRules::IsUnitId(pAttributes->getQName(i))) {
+      m_id = pAttributes->getValue(i);
+      m_unit.bHasId = true;
+    }
 }
 
 void StreamUnits::UnitChild(short nType, LPCTSTR pszName, TextView value, const Attributes* pAttributes) {
@@ -94,12 +104,13 @@ void StreamUnits::VariantChild(short nType, LPCTSTR pszName, TextView value) {
   const Role role = UnitRules::VariantChild(pszName);
   if (nType == DOMNode::ELEMENT_NODE) {
     m_unit.variantChild = role;
-    if (role == Role::kSegment) m_seg.Begin();
+    if (role == Role::kSegment) m_pSeg->Begin();
     BeginNote(role);
   } else if (role == Role::kNote) {
     m_rules.VariantNote(value);
   } else if (role == Role::kSegment) {  // a PI named seg: a seg without children
-    m_rules.Segment(SegSummary(), [] { return TextView(); });
+    m_pSeg->Begin();
+    m_pSeg->File(m_rules);
   }
 }
 

@@ -22,8 +22,10 @@ class UnitEnds {
 
 class StreamUnits : public NodeSink, private UnitSink {
  public:
-  // The bilingual rules with a language pair, the multilingual rules without one.
-  StreamUnits(const CString* pFirstLanguage, const CString* pSecondLanguage, UnitEnds& ends);
+  // In engine text, the bilingual rules with a language pair and the multilingual rules without
+  // one; in any other text, the multilingual rules, the pair read as language ranges.
+  StreamUnits(const CString* pFirstLanguage, const CString* pSecondLanguage, CTmxUnitReader::TextMode mode,
+              UnitEnds& ends);
   const UnitRules& Rules() const { return m_rules; }
   // A new document: no unit read, and keys counted from the start.
   void Restart();
@@ -32,10 +34,11 @@ class StreamUnits : public NodeSink, private UnitSink {
   int Key() const { return m_nKey; }
   INT_PTR VariantCount() const { return static_cast<INT_PTR>(m_unit.nVariants); }
   const CTmxTUV& Variant(INT_PTR nIndex) const;
+  LPCTSTR UnitId() const { return m_unit.bHasId ? m_id.GetString() : nullptr; }
 
   void Node(int nLevel, short nType, LPCTSTR pszName, TextView value, const xercesc::Attributes* pAttributes) override;
   void Text(int nLevel, TextView text) override;
-  void End(int nLevel) override;
+  void End(int nLevel, LPCTSTR pszName) override;
 
  private:
   struct UnitState {
@@ -43,13 +46,14 @@ class StreamUnits : public NodeSink, private UnitSink {
     UnitRules::Role child = UnitRules::Role::kOther;         // the unit's open child
     UnitRules::Role variantChild = UnitRules::Role::kOther;  // the open child of that child, a variant
     bool bInNote = false;                                    // the open child is a note: m_note gathers its text
+    bool bHasId = false;                                     // m_id holds the unit's id
     size_t nVariants = 0;
   };
 
   bool InSeg() const {
     return m_unit.bOpen && m_unit.child == UnitRules::Role::kVariant && m_unit.variantChild == UnitRules::Role::kSegment;
   }
-  void ChainNode(short nType, LPCTSTR pszName);
+  void ChainNode(short nType, LPCTSTR pszName, const xercesc::Attributes* pAttributes);
   void UnitChild(short nType, LPCTSTR pszName, TextView value, const xercesc::Attributes* pAttributes);
   void VariantChild(short nType, LPCTSTR pszName, TextView value);
   void BeginNote(UnitRules::Role role);
@@ -63,8 +67,9 @@ class StreamUnits : public NodeSink, private UnitSink {
   bool m_bChainStarted = false;
   UnitState m_unit;
   int m_nKey = -1;
-  // Storage that units reuse: a note's text, a variant's language, the seg, the variants.
-  CString m_note, m_language;
-  SegmentText m_seg;
+  // Storage that units reuse: the unit's id, a note's text, a variant's language, the seg, the
+  // variants.
+  CString m_id, m_note, m_language;
+  std::unique_ptr<SegmentText> m_pSeg;
   std::vector<std::unique_ptr<CTmxTUV>> m_variants;
 };

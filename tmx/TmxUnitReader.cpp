@@ -15,9 +15,10 @@ using namespace xercesc;
 
 class CTmxUnitStream final : private UnitEnds {
  public:
-  CTmxUnitStream(const CTmxUnitReader& owner, const CString* pFirstLanguage, const CString* pSecondLanguage)
+  CTmxUnitStream(const CTmxUnitReader& owner, const CString* pFirstLanguage, const CString* pSecondLanguage,
+                 CTmxUnitReader::TextMode mode)
       : m_owner(owner),
-        m_units(pFirstLanguage, pSecondLanguage, *this),
+        m_units(pFirstLanguage, pSecondLanguage, mode, *this),
         m_cursor(m_units.Rules(), m_units),
         m_parser(m_cursor) {}
 
@@ -69,6 +70,7 @@ class CTmxUnitStream final : private UnitEnds {
     if (!m_bUnitRead) AfxThrowInvalidArgException();
     return m_units.Variant(nIndex);
   }
+  LPCTSTR UnitId() const { return m_bUnitRead ? m_units.UnitId() : nullptr; }
   bool Result() const { return !m_units.Rules().IsBilingual() || m_cursor.BodyFound(); }
 
  private:
@@ -87,10 +89,11 @@ class CTmxUnitStream final : private UnitEnds {
   CTmxUnitHandler* m_pHandler = nullptr;
 };
 
-CTmxUnitReader::CTmxUnitReader() : m_pStream(std::make_unique<CTmxUnitStream>(*this, nullptr, nullptr)) {}
+CTmxUnitReader::CTmxUnitReader(TextMode mode)
+    : m_pStream(std::make_unique<CTmxUnitStream>(*this, nullptr, nullptr, mode)) {}
 
-CTmxUnitReader::CTmxUnitReader(const CString& strFirstLanguage, const CString& strSecondLanguage)
-    : m_pStream(std::make_unique<CTmxUnitStream>(*this, &strFirstLanguage, &strSecondLanguage)) {}
+CTmxUnitReader::CTmxUnitReader(const CString& strFirstLanguage, const CString& strSecondLanguage, TextMode mode)
+    : m_pStream(std::make_unique<CTmxUnitStream>(*this, &strFirstLanguage, &strSecondLanguage, mode)) {}
 
 CTmxUnitReader::~CTmxUnitReader() = default;
 
@@ -115,5 +118,6 @@ BOOL CTmxUnitReader::ReadUnits(CTmxUnitHandler& handler) { return m_pStream->Rea
 int CTmxUnitReader::GetKey() const { return m_pStream->Key(); }
 INT_PTR CTmxUnitReader::GetVariantCount() const { return m_pStream->VariantCount(); }
 const CTmxTUV& CTmxUnitReader::GetVariant(INT_PTR nIndex) const { return m_pStream->Variant(nIndex); }
+LPCTSTR CTmxUnitReader::GetUnitId() const { return m_pStream->UnitId(); }
 BOOL CTmxUnitReader::GetResult() const { return m_pStream->Result(); }
 BOOL CTmxUnitReader::ReadLanguages(CStringArray* pLanguages) { return m_pStream->ReadLanguages(pLanguages); }

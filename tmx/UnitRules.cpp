@@ -5,6 +5,7 @@
 
 #include <xercesc/util/XMLString.hpp>
 
+#include "quillon/TmxPairs.h"
 #include "resources/resource.h"
 
 using xercesc::DOMNode;
@@ -26,8 +27,13 @@ void VariantLanguage::Consider(LPCTSTR pszName, LPCTSTR pszValue) {
   }
 }
 
-UnitRules::UnitRules(UnitSink& sink, int& nKeyCounter, const CString* pFirstLanguage, const CString* pSecondLanguage)
-    : m_sink(sink), m_nKey(nKeyCounter), m_pFirstLanguage(pFirstLanguage), m_pSecondLanguage(pSecondLanguage) {
+UnitRules::UnitRules(UnitSink& sink, int& nKeyCounter, const CString* pFirstLanguage, const CString* pSecondLanguage,
+                     bool bRanges)
+    : m_sink(sink),
+      m_nKey(nKeyCounter),
+      m_pFirstLanguage(pFirstLanguage),
+      m_pSecondLanguage(pSecondLanguage),
+      m_bRanges(bRanges) {
   m_nKey = -1;
 }
 
@@ -67,17 +73,21 @@ UnitRules::Role UnitRules::VariantChild(LPCTSTR pszNodeName) {
   return NameIs(pszNodeName, _T("seg")) ? Role::kSegment : Role::kOther;
 }
 
+bool UnitRules::IsUnitId(LPCTSTR pszAttributeName) { return NameIs(pszAttributeName, _T("tuid")); }
+
 void UnitRules::BeginVariant(TextView language) {
   m_language = language;
   m_strOwnNote.Empty();
 }
 
-// Language codes match whole, ignoring ASCII case; without a language attribute a variant
-// matches only an empty language field.
+// The bilingual rules match language codes whole, ignoring ASCII case; without a language
+// attribute a variant matches only an empty language field. Ranges match as basic filtering does.
 bool UnitRules::KeepsVariant() const {
+  if (m_pFirstLanguage == nullptr) return true;
   LPCTSTR pszLanguage = m_language.empty() ? _T("") : m_language.data();
-  return !IsBilingual() || m_pSecondLanguage->CompareNoCase(pszLanguage) == 0 ||
-         m_pFirstLanguage->CompareNoCase(pszLanguage) == 0;
+  if (m_bRanges)
+    return LanguageRangeMatches(*m_pFirstLanguage, pszLanguage) || LanguageRangeMatches(*m_pSecondLanguage, pszLanguage);
+  return m_pSecondLanguage->CompareNoCase(pszLanguage) == 0 || m_pFirstLanguage->CompareNoCase(pszLanguage) == 0;
 }
 
 void UnitRules::TakeNote(TextView text, CString& strNote) {

@@ -48,12 +48,13 @@ class UnitRules {
  public:
   enum class Role { kOther, kNote, kVariant, kSegment };
 
-  // With a language pair, the bilingual rules; without one, the multilingual rules. The rules
+  // With a language pair, the bilingual rules; without one, the multilingual rules. With a pair
+  // of language ranges, the multilingual rules keeping the variants in either range. The rules
   // advance nKeyCounter, whose value while a unit is read is that unit's key.
   UnitRules(UnitSink& sink, int& nKeyCounter, const CString* pFirstLanguage = nullptr,
-            const CString* pSecondLanguage = nullptr);
+            const CString* pSecondLanguage = nullptr, bool bRanges = false);
 
-  bool IsBilingual() const { return m_pFirstLanguage != nullptr; }
+  bool IsBilingual() const { return m_pFirstLanguage != nullptr && !m_bRanges; }
   // Where body is: the first element in document order for which IsBody holds, looked for only
   // below elements for which MayHoldBody does. Depths count from 1, the root element's. The
   // bilingual rules take the first element whose tag name is exactly "body", at any depth; the
@@ -70,6 +71,8 @@ class UnitRules {
   // variant, a note or a segment.
   static Role UnitChild(LPCTSTR pszNodeName);
   static Role VariantChild(LPCTSTR pszNodeName);
+  // The attribute of a unit that names it.
+  static bool IsUnitId(LPCTSTR pszAttributeName);
 
   void BeginUnit() { m_strUnitNote.Empty(); }
   // A note's text content replaces the note it is for, unless it is empty.
@@ -83,6 +86,10 @@ class UnitRules {
   void Segment(const SegSummary& seg, Content wholeContent) {
     if (!KeepsVariant() || (IsBilingual() && !seg.bHasChildren)) return;
     File(IsBilingual() ? WholeSegmentText(seg, wholeContent) : seg.firstValue.value_or(TextView()));
+  }
+  // Files the variant of one seg whose text a text mode other than the builders' made.
+  void ComposedSegment(TextView text) {
+    if (KeepsVariant()) File(text);
   }
 
  private:
@@ -101,6 +108,7 @@ class UnitRules {
   int& m_nKey;
   const CString* m_pFirstLanguage;
   const CString* m_pSecondLanguage;
+  bool m_bRanges;
   TextView m_language;
   CString m_strUnitNote;
   CString m_strOwnNote;

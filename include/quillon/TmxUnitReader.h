@@ -1,8 +1,8 @@
 // CTmxUnitReader: the translation units of a TMX document of any size, read as a stream, one
-// unit at a time in document order and in constant memory. It delivers exactly the units, keys,
-// variants and texts that CTmxParseEngine's builders file into a fresh map for the same
-// document, with the engine's parser settings, but builds no DOM: it holds one unit and the
-// text in progress.
+// unit at a time in document order and in constant memory, with the engine's parser settings
+// but no DOM: it holds one unit and the text in progress. Its engine text delivers exactly the
+// units, keys, variants and texts that CTmxParseEngine's builders file into a fresh map for the
+// same document; its plain and markup texts give each segment as a translator reads it.
 //
 //   CTmxUnitReader reader(CString(_T("en-US")), CString(_T("de-DE")));
 //   reader.Open(CString(_T("memory.tmx")));
@@ -31,10 +31,29 @@ class AFX_EXT_CLASS CTmxUnitHandler {
 
 class AFX_EXT_CLASS CTmxUnitReader {
  public:
-  // Without a language pair the units of CreateMultilingualDataStructures; with one, those of
-  // CreateDataStructures for that pair. The parser platform must be running.
-  CTmxUnitReader();
-  CTmxUnitReader(const CString& strFirstLanguage, const CString& strSecondLanguage);
+  // What a segment's text is.
+  enum class TextMode {
+    // What the builders file: with a language pair the units, keys, variants and texts of
+    // CreateDataStructures for that pair, without one those of CreateMultilingualDataStructures.
+    Engine,
+    // The sentence: the seg's text and CDATA in document order, entities expanded, without the
+    // content of the native-code elements bpt, ept, it, ph and ut (a sub inside them included);
+    // the text of hi and of any other element is kept. A code element of type lb, pb or cb
+    // stands for a line feed. Names and those types compare ignoring ASCII case.
+    Plain,
+    // The seg's content as XML: text escaped, elements with their attributes in document order,
+    // an element without content as <ph x="1"/>, CDATA as escaped text, no comments or PIs; a
+    // seg element around it parses back to the same elements and text.
+    Markup,
+  };
+
+  // In plain and markup text the units are those of the multilingual rules, keyed by their tu's
+  // ordinal; with a pair, a variant is kept when its language lies in either language range
+  // (see LanguageRangeMatches in quillon/TmxPairs.h), and a unit when it keeps one. The parser
+  // platform must be running.
+  explicit CTmxUnitReader(TextMode mode = TextMode::Engine);
+  CTmxUnitReader(const CString& strFirstLanguage, const CString& strSecondLanguage,
+                 TextMode mode = TextMode::Engine);
   ~CTmxUnitReader();
   CTmxUnitReader(const CTmxUnitReader&) = delete;
   CTmxUnitReader& operator=(const CTmxUnitReader&) = delete;
@@ -66,6 +85,8 @@ class AFX_EXT_CLASS CTmxUnitReader {
   int GetKey() const;
   INT_PTR GetVariantCount() const;
   const CTmxTUV& GetVariant(INT_PTR nIndex) const;  // a guarded index
+  // The tuid attribute of the unit's tu (its name in any case); null when it has none.
+  LPCTSTR GetUnitId() const;
   // What the matching builder returns for the document, once ReadNextUnit has returned FALSE:
   // FALSE when the bilingual rules found no body.
   BOOL GetResult() const;

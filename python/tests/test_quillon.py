@@ -22,8 +22,9 @@ FIXTURES = [TOP / "examples/sample.tmx", TOP / "tests/fuzz/seeds/units.tmx"]
 PAIRS = [None, ("en-US", "de-DE"), ("de", "en")]
 
 
-def as_json(unit):
-    return {"key": unit.key,
+def as_json(unit, text):
+    tuid = {"tuid": unit.tuid} if unit.tuid is not None and text != "engine" else {}
+    return {"key": unit.key, **tuid,
             "variants": [{"language": v.language, "segment": v.segment, "note": v.note} for v in unit.variants]}
 
 
@@ -31,13 +32,20 @@ def tool(*args, **kwargs):
     return subprocess.run([TOOL, *args], capture_output=True, check=True, **kwargs).stdout
 
 
+@pytest.mark.parametrize("text", ["plain", "markup", "engine"])
 @pytest.mark.parametrize("pair", PAIRS)
 @pytest.mark.parametrize("path", FIXTURES, ids=lambda p: p.name)
-def test_units_are_the_tools(path, pair):
+def test_units_and_pairs_are_the_tools(path, pair, text):
     options = ["--pair", *pair] if pair else []
-    expected = [json.loads(line) for line in tool("export", *options, str(path)).splitlines()]
-    assert [as_json(u) for u in quillon.read_units(path, pair)] == expected
+    expected = [json.loads(line) for line in tool("export", "--text", text, *options, str(path)).splitlines()]
+    assert [as_json(u, text) for u in quillon.read_units(path, pair, text=text)] == expected
     assert quillon.languages(str(path)) == tool("languages", str(path)).decode().split()
+    if pair:
+        pairs = tool("export", "--text", text, "--format", "pairs", "--dedupe", *options, str(path))
+        expected = [json.loads(line) for line in pairs.splitlines()]
+        assert [{"key": p.key, **({"tuid": p.tuid} if p.tuid is not None else {}),
+                 "translation": {pair[0]: p.first, pair[1]: p.second}}
+                for p in quillon.read_pairs(path, *pair, text=text, dedupe=True)] == expected
 
 
 def test_paths_bytes_and_file_objects_agree(tmp_path):
@@ -124,7 +132,8 @@ def test_other_threads_run_while_the_parser_works():
 def test_units_and_records_are_named_tuples_and_the_image_a_sequence():
     unit = next(quillon.read_units(FIXTURES[0]))
     assert unit._asdict()["key"] == 0 and unit.variants[0]._asdict()["language"] == "en-US"
-    assert isinstance(unit, tuple) and unit == (unit.key, unit.variants)
+    assert isinstance(unit, tuple) and unit == (unit.key, "welcome", unit.variants)
+    assert next(quillon.read_pairs(FIXTURES[0], "en", "de")) == (0, "welcome", "Welcome to Lumen!", "Willkommen bei Lumen!")
     image = quillon.read_image(quillon.pack(TOP / "examples/sample.xml"))
     assert isinstance(image, collections.abc.Sequence)
     assert image.index(image[1]) == 1 and image.count(image[0]) == 1 and image[2] in image
@@ -137,6 +146,16 @@ def test_units_and_records_are_named_tuples_and_the_image_a_sequence():
 def test_a_pair_is_two_language_codes(pair, error):
     with pytest.raises(error, match="pair"):
         quillon.read_units(FIXTURES[0], pair)
+
+
+@pytest.mark.parametrize("call, error, message", [
+    (lambda: quillon.read_units(FIXTURES[0], text="html"), ValueError, "text must be 'plain', 'markup' or 'engine', not 'html'"),
+    (lambda: quillon.read_units(FIXTURES[0], text=None), TypeError, "text must be"),
+    (lambda: quillon.read_pairs(FIXTURES[0], "en", 2), TypeError, "second must be a language code"),
+    (lambda: quillon.read_pairs(FIXTURES[0], "en", "de", text="raw"), ValueError, "text must be")])
+def test_bad_arguments_say_which(call, error, message):
+    with pytest.raises(error, match=message):
+        call()
 
 
 def test_a_name_that_is_not_utf8_names_a_file_all_the_same(tmp_path):

@@ -1,0 +1,175 @@
+#include "quillon/TmxPairs.h"
+
+#include <cstdint>
+#include <vector>
+
+#define XXH_INLINE_ALL
+#include <xxhash.h>
+
+namespace {
+
+// A code unit as basic filtering compares it.
+TCHAR FoldCode(TCHAR ch) {
+  if (ch == '_') return '-';
+  return ch >= 'A' && ch <= 'Z' ? static_cast<TCHAR>(ch - 'A' + 'a') : ch;
+}
+
+// The length of the range when the code begins with it, else -1.
+int PrefixLength(LPCTSTR pszRange, LPCTSTR pszCode) {
+  int i = 0;
+  for (; pszRange[i]; i++)
+    if (FoldCode(pszRange[i]) != FoldCode(pszCode[i])) return -1;
+  return i;
+}
+
+bool SameCode(LPCTSTR pszRange, LPCTSTR pszCode) {
+  const int n = PrefixLength(pszRange, pszCode);
+  return n >= 0 && pszCode[n] == 0;
+}
+
+bool IsWhitespace(TCHAR ch) {
+  switch (ch) {
+    case ' ': case '\t': case '\n': case '\v': case '\f': case '\r': case 0x85: case 0x2028: case 0x2029:
+      return true;
+    default:
+      return false;
+  }
+}
+
+// Rewrites text in place, trailing spaces trimmed: map(ch, before) says what ch, which follows
+// the character before in the original (0 at the start), becomes, or 0 to drop it.
+template <class Map>
+void Rewrite(CString& text, Map map) {
+  const int nLength = text.GetLength();
+  LPTSTR p = text.GetBuffer();
+  int nOut = 0;
+  TCHAR before = 0;
+  for (int i = 0; i < nLength; i++) {
+    const TCHAR ch = p[i];
+    if (const TCHAR out = map(ch, before)) p[nOut++] = out;
+    before = ch;
+  }
+  while (nOut > 0 && p[nOut - 1] == ' ') nOut--;
+  text.ReleaseBuffer(nOut);
+}
+
+// What export has always done with engine text: each line break (CR LF as one) and tab a space.
+void MakeBreaksSpaces(CString& text) {
+  bool bStarted = false;  // leading spaces are dropped
+  Rewrite(text, [&bStarted](TCHAR ch, TCHAR before) -> TCHAR {
+    if (ch == '\n' && before == '\r') return 0;
+    const TCHAR out = IsWhitespace(ch) ? TCHAR(' ') : ch;
+    if (out == ' ' && !bStarted) return 0;
+    bStarted = true;
+    return out;
+  });
+}
+
+}  // namespace
+
+BOOL LanguageRangeMatches(LPCTSTR pszRange, LPCTSTR pszCode) {
+  if (pszRange == nullptr) pszRange = _T("");
+  if (pszCode == nullptr) pszCode = _T("");
+  if (pszRange[0] == '*' && pszRange[1] == 0) return TRUE;
+  const int n = PrefixLength(pszRange, pszCode);
+  return n >= 0 && (pszCode[n] == 0 || (n > 0 && FoldCode(pszCode[n]) == '-'));
+}
+
+void CollapseWhitespace(CString& text) {
+  Rewrite(text, [](TCHAR ch, TCHAR before) -> TCHAR {
+    if (!IsWhitespace(ch)) return ch;
+    return before == 0 || IsWhitespace(before) ? 0 : TCHAR(' ');
+  });
+}
+
+// The pairs selected so far, as 128-bit fingerprints in an open-addressed table.
+class CTmxPairSelector::Fingerprints {
+ public:
+  // True when the pair is new.
+  bool Insert(const CString& strFirst, const CString& strSecond) {
+    const XXH128_hash_t hash = Hash(strFirst, strSecond);
+    const Slot fingerprint{hash.low64 | (hash.low64 == 0 && hash.high64 == 0), hash.high64};  // never the empty slot
+    if ((m_nUsed + 1) * 4 > m_slots.size() * 3) Grow();
+    Slot& slot = Find(m_slots, fingerprint);
+    if (!slot.IsEmpty()) return false;
+    slot = fingerprint;
+    m_nUsed++;
+    return true;
+  }
+
+ private:
+  struct Slot {
+    uint64_t low = 0, high = 0;
+    bool IsEmpty() const { return low == 0 && high == 0; }
+    bool operator==(const Slot& other) const { return low == other.low && high == other.high; }
+  };
+
+  // The first's length goes in first, so that no two pairs give the same bytes.
+  static XXH128_hash_t Hash(const CString& strFirst, const CString& strSecond) {
+    XXH3_state_t state;
+    XXH3_128bits_reset(&state);
+    const uint64_t nFirst = static_cast<uint64_t>(strFirst.GetLength());
+    XXH3_128bits_update(&state, &nFirst, sizeof nFirst);
+    XXH3_128bits_update(&state, strFirst.GetString(), nFirst * sizeof(TCHAR));
+    XXH3_128bits_update(&state, strSecond.GetString(), static_cast<size_t>(strSecond.GetLength()) * sizeof(TCHAR));
+    return XXH3_128bits_digest(&state);
+  }
+
+  // The slot that holds the fingerprint, or the empty one where it would go.
+  static Slot& Find(std::vector<Slot>& slots, const Slot& fingerprint) {
+    const size_t nMask = slots.size() - 1;
+    for (size_t i = fingerprint.high & nMask;; i = (i + 1) & nMask)
+      if (slots[i].IsEmpty() || slots[i] == fingerprint) return slots[i];
+  }
+
+  void Grow() {
+    std::vector<Slot> slots(m_slots.size() * 2);
+    for (const Slot& slot : m_slots)
+      if (!slot.IsEmpty()) Find(slots, slot) = slot;
+    m_slots.swap(slots);
+  }
+
+  std::vector<Slot> m_slots = std::vector<Slot>(1024);
+  size_t m_nUsed = 0;
+};
+
+CTmxPairSelector::CTmxPairSelector(const CString& strFirstRange, const CString& strSecondRange,
+                                   CTmxUnitReader::TextMode mode, BOOL bDedupe)
+    : m_strFirstRange(strFirstRange),
+      m_strSecondRange(strSecondRange),
+      m_bEngine(mode == CTmxUnitReader::TextMode::Engine),
+      m_pSeen(bDedupe ? std::make_unique<Fingerprints>() : nullptr) {}
+
+CTmxPairSelector::~CTmxPairSelector() = default;
+
+BOOL CTmxPairSelector::Select(const CTmxUnitReader& reader) {
+  if (!FindSegment(reader, m_strFirstRange, m_strFirst) || !FindSegment(reader, m_strSecondRange, m_strSecond)) {
+    m_nSkipped++;
+    return FALSE;
+  }
+  if (m_pSeen && !m_pSeen->Insert(m_strFirst, m_strSecond)) {
+    m_nDuplicates++;
+    return FALSE;
+  }
+  m_nSelected++;
+  return TRUE;
+}
+
+BOOL CTmxPairSelector::FindSegment(const CTmxUnitReader& reader, const CString& strRange, CString& segment) const {
+  return FindSegment(reader, strRange, true, segment) || (!m_bEngine && FindSegment(reader, strRange, false, segment));
+}
+
+BOOL CTmxPairSelector::FindSegment(const CTmxUnitReader& reader, const CString& strRange, bool bSameCode,
+                                   CString& segment) const {
+  for (INT_PTR i = 0; i < reader.GetVariantCount(); i++) {
+    const CTmxTUV& variant = reader.GetVariant(i);
+    const bool bInRange = m_bEngine   ? strRange.CompareNoCase(variant.m_strLanguage) == 0
+                          : bSameCode ? SameCode(strRange, variant.m_strLanguage)
+                                      : LanguageRangeMatches(strRange, variant.m_strLanguage);
+    if (!bInRange) continue;
+    segment = variant.m_strSegment;
+    m_bEngine ? MakeBreaksSpaces(segment) : CollapseWhitespace(segment);
+    if (!segment.IsEmpty()) return TRUE;
+  }
+  return FALSE;
+}
