@@ -117,6 +117,16 @@ inline Units BuiltUnits(const std::string& text, LPCTSTR pszFirst = nullptr,
   return map.Units();
 }
 
+// UTF-8 text in UTF-16 with a byte-order mark, little- or big-endian.
+inline std::string Utf16(const std::string& text, bool bBigEndian = false) {
+  std::string bytes = bBigEndian ? "\xFE\xFF" : "\xFF\xFE";
+  for (TCHAR c : std::basic_string<TCHAR>(CA2W(text.c_str()).str())) {
+    const char low = static_cast<char>(c & 0xFF), high = static_cast<char>(c >> 8);
+    bytes += bBigEndian ? std::string{high, low} : std::string{low, high};
+  }
+  return bytes;
+}
+
 // A TMX document around the given body content.
 inline std::string Tmx(const std::string& body) {
   return "<?xml version=\"1.0\"?><tmx version=\"1.4\"><header/><body>" + body + "</body></tmx>";

@@ -49,12 +49,6 @@ void ExpectStreamAsDom(const std::string& text) {
 
 const std::string kBig(70000, 'w');  // longer than the scanner's buffer: delivered in pieces
 
-std::string Utf16(const std::string& text) {
-  std::string bytes = "\xFF\xFE";
-  for (TCHAR c : std::basic_string<TCHAR>(CA2W(text.c_str()).str())) bytes += {static_cast<char>(c & 0xFF), static_cast<char>(c >> 8)};
-  return bytes;
-}
-
 // A body after a document type declaration.
 std::string Typed(const std::string& doctype, const std::string& body) { return doctype + "<tmx><body>" + body + "</body></tmx>"; }
 

@@ -1,7 +1,7 @@
 // A seg's content written back as XML, so that <seg> + the text + </seg> parses to the same
 // elements, attributes and text: what the parser expanded (entities, character references, CDATA)
-// is escaped, and the characters a parser would normalise (a CR anywhere, whitespace in an
-// attribute value) are written as references. Comments and PIs are left out.
+// is escaped, and the characters a parser would not read back as they are written as references.
+// Comments and PIs are left out.
 #include <xercesc/dom/DOMNode.hpp>
 
 #include "tmx/SegmentText.h"
@@ -56,27 +56,40 @@ class MarkupSegment final : public SegmentText {
     m_bTagOpen = false;
   }
 
-  static LPCTSTR Reference(TCHAR ch, bool bInAttribute) {
+  // Markup names the characters that a parser would not read back as they are: the delimiters,
+  // a CR (read as a line feed), whitespace in an attribute value (read as a space), and those
+  // that only XML 1.1 documents hold or that 1.1 reads as line ends.
+  static bool NeedsReference(TCHAR ch, bool bInAttribute) {
     switch (ch) {
-      case '&': return _T("&amp;");
-      case '<': return _T("&lt;");
-      case '>': return _T("&gt;");
-      case '\r': return _T("&#13;");
-      case '"': return bInAttribute ? _T("&quot;") : nullptr;
-      case '\t': return bInAttribute ? _T("&#9;") : nullptr;
-      case '\n': return bInAttribute ? _T("&#10;") : nullptr;
-      default: return nullptr;
+      case '&': case '<': case '>': return true;
+      case '"': case '\t': case '\n': return bInAttribute;
+      default: return ch < 0x20 || (ch >= 0x7F && ch <= 0x9F) || ch == 0x2028;
     }
+  }
+
+  void AppendReference(TCHAR ch) {
+    switch (ch) {
+      case '&': m_text += _T("&amp;"); return;
+      case '<': m_text += _T("&lt;"); return;
+      case '>': m_text += _T("&gt;"); return;
+      case '"': m_text += _T("&quot;"); return;
+      default: break;
+    }
+    TCHAR digits[8];
+    int n = 0;
+    for (unsigned int code = ch; n == 0 || code > 0; code /= 10) digits[n++] = static_cast<TCHAR>('0' + code % 10);
+    m_text += _T("&#");
+    while (n > 0) m_text += digits[--n];
+    m_text += _T(';');
   }
 
   // Appends text, each run that needs no reference at once.
   void Escape(TextView text, bool bInAttribute) {
     size_t nRun = 0;
     for (size_t i = 0; i < text.size(); i++) {
-      LPCTSTR pszReference = Reference(text[i], bInAttribute);
-      if (pszReference == nullptr) continue;
+      if (!NeedsReference(text[i], bInAttribute)) continue;
       m_text.Append(text.data() + nRun, static_cast<int>(i - nRun));
-      m_text += pszReference;
+      AppendReference(text[i]);
       nRun = i + 1;
     }
     m_text.Append(text.data() + nRun, static_cast<int>(text.size() - nRun));
