@@ -1,7 +1,8 @@
-"""Every unit of generated TMX files read from Python: quillon.read_units at 30 k, 300 k and 3 M
-units, translate-toolkit at 300 k; each read in a process of its own under /usr/bin/time, both
-doing the same work per variant: its language, segment and note taken, their lengths summed.
-Best wall time and highest peak RSS of --reps runs.
+"""Generated TMX files read from Python: every unit with quillon.read_units, and the en/de pairs
+with quillon.read_pairs, at 30 k, 300 k and 3 M units; translate-toolkit doing the same work at
+300 k (each variant's language, segment and note taken, their lengths summed; each unit's first
+en and de segments, whitespace made plain). Each read in a process of its own under
+/usr/bin/time: best wall time and highest peak RSS of --reps runs.
 
 Run with Debian's python3 from the top of the tree: bench/python_bench.py [--data DIR] [--units
 30000,300000,3000000] [--reps 3]. The files are those of quillon_bench, made by build/bin/gen_tmx.
@@ -38,6 +39,36 @@ print(total)
 """
 
 
+QUILLON_PAIRS = """
+import sys, quillon
+total = 0
+for pair in quillon.read_pairs(sys.argv[1], "en", "de"):
+    total += len(pair.first) + len(pair.second)
+print(total)
+"""
+
+TRANSLATE_TOOLKIT_PAIRS = """
+import sys
+from translate.storage import tmx
+XML_LANG = "{http://www.w3.org/XML/1998/namespace}lang"
+total = 0
+with open(sys.argv[1], "rb") as f:
+    store = tmx.tmxfile(f)
+for unit in store.units:
+    segments = {}
+    for node in unit.getlanguageNodes():
+        language = (node.get(XML_LANG) or node.get("lang") or "").lower().replace("_", "-")
+        for wanted in ("en", "de"):
+            if wanted not in segments and (language == wanted or language.startswith(wanted + "-")):
+                text = " ".join(unit.getNodeText(node).split())
+                if text:
+                    segments[wanted] = text
+    if len(segments) == 2:
+        total += len(segments["en"]) + len(segments["de"])
+print(total)
+"""
+
+
 def generated(data, units):
     path = data / f"synthetic-{units}.tmx"
     if not path.exists():
@@ -68,15 +99,17 @@ def main():
     data = pathlib.Path(args.data)
     data.mkdir(parents=True, exist_ok=True)
     env = dict(os.environ, PYTHONPATH="build/python")
-    print(f"{'units':>9} {'reader':<20} {'time (s)':>9} {'peak (MiB)':>11}")
+    print(f"{'units':>9} {'reader':<24} {'time (s)':>9} {'peak (MiB)':>11}")
     for units in map(int, args.units.split(",")):
         path = generated(data, units)
-        readers = [("quillon.read_units", ["/usr/bin/python3", "-c", QUILLON, str(path)])]
+        readers = [("quillon.read_units", ["/usr/bin/python3", "-c", QUILLON, str(path)]),
+                   ("quillon.read_pairs", ["/usr/bin/python3", "-c", QUILLON_PAIRS, str(path)])]
         if units == 300000:
-            readers.append(("translate-toolkit", ["/usr/bin/python3", "-c", TRANSLATE_TOOLKIT, str(path)]))
+            readers += [("translate-toolkit units", ["/usr/bin/python3", "-c", TRANSLATE_TOOLKIT, str(path)]),
+                        ("translate-toolkit pairs", ["/usr/bin/python3", "-c", TRANSLATE_TOOLKIT_PAIRS, str(path)])]
         for name, argv in readers:
             seconds, peak = timed(argv, args.reps, env)
-            print(f"{units:>9} {name:<20} {seconds:>9.2f} {peak:>11.1f}", flush=True)
+            print(f"{units:>9} {name:<24} {seconds:>9.2f} {peak:>11.1f}", flush=True)
 
 
 if __name__ == "__main__":

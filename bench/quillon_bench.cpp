@@ -204,27 +204,37 @@ struct Tools {
 };
 
 // Every streaming read against the bare scan of the same file, then the DOM's read and, at 300 k
-// units, translate-toolkit's.
+// units, translate-toolkit's; and what --dedupe's fingerprints add to the peak per million units
+// (each a distinct pair in these files).
 int Stream(const std::string& dir, const std::vector<long>& sizes, const Tools& tools, bool bDom, int nReps) {
   for (long nUnits : sizes) {
     const std::string path = GeneratedTmx(dir, nUnits);
     std::printf("\n%ld units, %.1f MiB\n", nUnits, FileMiB(path));
-    std::printf("%-28s %9s %8s %10s %8s\n", "reader", "time (s)", "x scan", "peak (MiB)", "x scan");
+    std::printf("%-34s %9s %8s %10s %8s\n", "reader", "time (s)", "x scan", "peak (MiB)", "x scan");
+    const std::vector<std::string> pairs = {tools.quillon, "export", "--quiet", "--format", "pairs", "--pair", "en", "de", path};
     std::vector<std::pair<std::string, std::vector<std::string>>> readers = {
         {"bare SAX2 scan", {tools.scan, path}},
-        {"export --all", {tools.quillon, "export", path}},
-        {"export --pair", {tools.quillon, "export", "--pair", "en-US", "de-DE", path}},
+        {"export (plain text)", {tools.quillon, "export", path}},
+        {"export --text markup", {tools.quillon, "export", "--text", "markup", path}},
+        {"export --text engine", {tools.quillon, "export", "--text", "engine", path}},
+        {"export --pair en de", {tools.quillon, "export", "--pair", "en", "de", path}},
+        {"export --format pairs --pair en de", pairs},
+        {"  ... --dedupe", pairs},
     };
+    readers.back().second.insert(readers.back().second.begin() + 2, "--dedupe");
     if (bDom) readers.push_back({"units --all --json (DOM)", {tools.quillon, "units", "--all", "--json", path}});
     if (nUnits == 300000) readers.push_back({"translate-toolkit", {"/usr/bin/python3", tools.peer, path}});
-    Measure scan;
+    std::map<std::string, Measure> measured;
     for (const auto& [name, argv] : readers) {
-      const Measure m = Timed(argv, nReps);
-      if (scan.peakMiB == 0) scan = m;
-      std::printf("%-28s %9.2f %8.2f %10.1f %8.2f\n", name.c_str(), m.seconds, m.seconds / scan.seconds, m.peakMiB,
+      const Measure m = measured[name] = Timed(argv, nReps);
+      const Measure& scan = measured["bare SAX2 scan"];  // the first measured
+      std::printf("%-34s %9.2f %8.2f %10.1f %8.2f\n", name.c_str(), m.seconds, m.seconds / scan.seconds, m.peakMiB,
                   m.peakMiB / scan.peakMiB);
       std::fflush(stdout);
     }
+    std::printf("--dedupe adds %.1f MiB per million pairs\n",
+                (measured["  ... --dedupe"].peakMiB - measured["export --format pairs --pair en de"].peakMiB) /
+                    (nUnits / 1e6));
   }
   return 0;
 }

@@ -2,6 +2,8 @@
 // elements, attributes and text: what the parser expanded (entities, character references, CDATA)
 // is escaped, and the characters a parser would not read back as they are written as references.
 // Comments and PIs are left out.
+#include <cstdint>
+
 #include <xercesc/dom/DOMNode.hpp>
 
 #include "tmx/SegmentText.h"
@@ -24,7 +26,7 @@ class MarkupSegment final : public SegmentText {
       m_text += _T(' ');
       m_text += pAttributes->getQName(i);
       m_text += _T("=\"");
-      Escape(pAttributes->getValue(i), true);
+      Escape(pAttributes->getValue(i), kInAttribute);
       m_text += _T('"');
     }
     m_bTagOpen = true;
@@ -32,7 +34,7 @@ class MarkupSegment final : public SegmentText {
 
   void Text(int, TextView text) override {
     CloseTag();
-    Escape(text, false);
+    Escape(text, kInText);
   }
 
   void End(int, LPCTSTR pszName) override {
@@ -58,13 +60,14 @@ class MarkupSegment final : public SegmentText {
 
   // Markup names the characters that a parser would not read back as they are: the delimiters,
   // a CR (read as a line feed), whitespace in an attribute value (read as a space), and those
-  // that only XML 1.1 documents hold or that 1.1 reads as line ends.
-  static bool NeedsReference(TCHAR ch, bool bInAttribute) {
-    switch (ch) {
-      case '&': case '<': case '>': return true;
-      case '"': case '\t': case '\n': return bInAttribute;
-      default: return ch < 0x20 || (ch >= 0x7F && ch <= 0x9F) || ch == 0x2028;
-    }
+  // that only XML 1.1 documents hold or that 1.1 reads as line ends. Below 64, a bit of a mask
+  // says it; asked of every character.
+  static constexpr uint64_t kControls = 0xFFFFFFFFull & ~(1ull << '\t' | 1ull << '\n');
+  static constexpr uint64_t kInText = kControls | 1ull << '&' | 1ull << '<' | 1ull << '>';
+  static constexpr uint64_t kInAttribute = kInText | 1ull << '"' | 1ull << '\t' | 1ull << '\n';
+  static bool NeedsReference(TCHAR ch, uint64_t nMask) {
+    if (static_cast<unsigned>(ch) - 64u < 63u) return false;  // '@' to '~', most of any text
+    return ch < 64 ? (nMask >> ch) & 1 : ch <= 0x9F || ch == 0x2028;
   }
 
   void AppendReference(TCHAR ch) {
@@ -84,10 +87,10 @@ class MarkupSegment final : public SegmentText {
   }
 
   // Appends text, each run that needs no reference at once.
-  void Escape(TextView text, bool bInAttribute) {
+  void Escape(TextView text, uint64_t nMask) {
     size_t nRun = 0;
     for (size_t i = 0; i < text.size(); i++) {
-      if (!NeedsReference(text[i], bInAttribute)) continue;
+      if (!NeedsReference(text[i], nMask)) continue;
       m_text.Append(text.data() + nRun, static_cast<int>(i - nRun));
       AppendReference(text[i]);
       nRun = i + 1;
