@@ -31,6 +31,8 @@ demo: build
 	$(QUILLON) languages examples/sample.tmx
 	$(QUILLON) units --pair en-US de-DE examples/sample.tmx
 	$(QUILLON) units --all --json examples/sample.tmx
+	$(QUILLON) export --pair en de --format tsv examples/codes.tmx
+	$(QUILLON) export --pair en de --format pairs --dedupe examples/codes.tmx
 	$(QUILLON) size examples/sample.xml
 	$(QUILLON) pack -o $(BUILD)/sample.img examples/sample.xml
 	$(QUILLON) dump $(BUILD)/sample.img
@@ -49,11 +51,13 @@ bench: build
 	$(BUILD)/bin/bench_map
 	$(BUILD)/bin/quillon_bench --data $(BUILD)/bench-data $(if $(UNITS),--units $(UNITS)) --reps $(or $(REPS),1)
 
-# The streaming reads against a bare SAX2 scan, the DOM and translate-toolkit, on generated files
-# of 30 k, 300 k and 3 M units (the last about 0.9 GB, generated once).
+# The streaming reads in every text mode against a bare SAX2 scan, the DOM and translate-toolkit,
+# on generated files of 30 k, 300 k and 3 M units (the last about 0.9 GB, generated once); then
+# read_pairs against translate-toolkit reading the same pairs.
 bench-stream: build
 	@QUILLON_PEERS=1 scripts/install-deps
 	$(BUILD)/bin/quillon_bench --stream --data $(BUILD)/bench-data $(if $(UNITS),--units $(UNITS)) --reps $(or $(REPS),3)
+	/usr/bin/python3 bench/python_bench.py --data $(BUILD)/bench-data --units 300000 --reps $(or $(REPS),3)
 
 # Every unit read from Python, at 30 k, 300 k and 3 M units, against translate-toolkit at 300 k.
 bench-python: build

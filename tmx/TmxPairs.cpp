@@ -1,6 +1,7 @@
 #include "quillon/TmxPairs.h"
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #define XXH_INLINE_ALL
@@ -104,15 +105,13 @@ class CTmxPairSelector::Fingerprints {
     bool operator==(const Slot& other) const { return low == other.low && high == other.high; }
   };
 
-  // The first's length goes in first, so that no two pairs give the same bytes.
-  static XXH128_hash_t Hash(const CString& strFirst, const CString& strSecond) {
-    XXH3_state_t state;
-    XXH3_128bits_reset(&state);
-    const uint64_t nFirst = static_cast<uint64_t>(strFirst.GetLength());
-    XXH3_128bits_update(&state, &nFirst, sizeof nFirst);
-    XXH3_128bits_update(&state, strFirst.GetString(), nFirst * sizeof(TCHAR));
-    XXH3_128bits_update(&state, strSecond.GetString(), static_cast<size_t>(strSecond.GetLength()) * sizeof(TCHAR));
-    return XXH3_128bits_digest(&state);
+  // The two texts one after the other, hashed at once (faster than a streaming state for texts
+  // this short), seeded with the first's length: pairs that join to the same text differ there.
+  XXH128_hash_t Hash(const CString& strFirst, const CString& strSecond) {
+    m_joined.assign(strFirst.GetString(), static_cast<size_t>(strFirst.GetLength()));
+    m_joined.append(strSecond.GetString(), static_cast<size_t>(strSecond.GetLength()));
+    return XXH3_128bits_withSeed(m_joined.data(), m_joined.size() * sizeof(TCHAR),
+                                 static_cast<XXH64_hash_t>(strFirst.GetLength()));
   }
 
   // The slot that holds the fingerprint, or the empty one where it would go.
@@ -131,6 +130,7 @@ class CTmxPairSelector::Fingerprints {
 
   std::vector<Slot> m_slots = std::vector<Slot>(1024);
   size_t m_nUsed = 0;
+  std::basic_string<TCHAR> m_joined;  // the pair being hashed
 };
 
 CTmxPairSelector::CTmxPairSelector(const CString& strFirstRange, const CString& strSecondRange,
