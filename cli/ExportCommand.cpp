@@ -72,7 +72,7 @@ void WritePairs(CTmxUnitReader& reader, const ExportOptions& options, CTmxPairSe
   ForEachUnit(reader, progress, [&](const CTmxUnitReader& unit) {
     if (!pairs.Select(unit)) return;
     out << "{\"key\":" << unit.GetKey();
-    if (LPCTSTR pszId = unit.GetUnitId()) (out << ",\"tuid\":").Json(CString(pszId));
+    if (LPCTSTR pszId = unit.GetUnitId()) (out << ",\"tuid\":").Json(pszId, std::char_traits<TCHAR>::length(pszId));
     (out << ",\"translation\":{").Json(strFirst) << ":";
     out.Json(pairs.GetFirst()) << ",";
     out.Json(strSecond) << ":";

@@ -284,7 +284,7 @@ class Read {
   const CTmxUnitReader& Reader() const { return *m_reader; }
   PyObject* UnitId() const {
     LPCTSTR pszId = m_reader->GetUnitId();
-    return pszId ? NewStr(CString(pszId)) : py::none().release().ptr();
+    return pszId ? NewStr(pszId, std::char_traits<TCHAR>::length(pszId)) : py::none().release().ptr();
   }
 
  private:
