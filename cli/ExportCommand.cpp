@@ -1,5 +1,5 @@
 // quillon export [--pair FIRST SECOND | --all] [--text plain|markup|engine] [--format jsonl|tsv|moses|pairs]
-//                [--dedupe] [-o|--output OUT] [--quiet] SOURCE
+//                [--dedupe] [--jobs N] [-o|--output OUT] [--quiet] SOURCE
 //
 // Streams the units through the library's unit reader, in document order and constant memory:
 // jsonl and tsv are the forms `units` prints, a unit (or a variant) a line; moses writes the two
@@ -33,6 +33,7 @@ struct ExportOptions {
   TextMode text = TextMode::Plain;
   std::string output;
   bool bDedupe = false;
+  int nJobs = 0;  // as many as the cores the process may use
   bool bQuiet = false;
 
   bool SelectsPairs() const { return format == "moses" || format == "pairs"; }
@@ -112,6 +113,7 @@ void RunExport(const ExportOptions& options, Output& out, ParserSafety& safety) 
       options.pair.empty() ? std::make_unique<CTmxUnitReader>(options.text)
                            : std::make_unique<CTmxUnitReader>(options.Range(0), options.Range(1), options.text);
   safety.Apply(reader->GetParser());
+  reader->SetJobs(options.nJobs);
   std::unique_ptr<OutputFile> file;
   if (!options.output.empty() && options.format != "moses") file = std::make_unique<OutputFile>(options.output);
   Output& destination = file ? file->Out() : out;
@@ -173,6 +175,10 @@ void AddExportCommand(CLI::App& app, PendingRun& pending, ParserSafety& safety) 
                                                 "a JSON line a pair, {\"translation\":{FIRST:…,SECOND:…}} (needs --pair)")
       ->type_name("FORMAT")->check(CLI::IsMember({"jsonl", "tsv", "moses", "pairs"}).description(""));
   cmd->add_flag("--dedupe", options->bDedupe, "moses and pairs: drop a pair equal to one already written");
+  cmd->add_option("--jobs", options->nJobs, "Parsers reading the document at once, each on a piece of it, for the "
+                                            "same output (default: the cores this process may use; 1 reads with "
+                                            "one; engine text is always read with one)")
+      ->type_name("N")->check(CLI::PositiveNumber.description(""));
   cmd->add_option("-o,--output", options->output,
                   "Write to this file (for moses, this prefix) instead of standard output, once the whole "
                   "document is read")

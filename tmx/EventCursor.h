@@ -37,6 +37,7 @@ class EventCursor : public xercesc::DefaultHandler {
   // From here on, the languages of every tuv element go to languages, and no more nodes to the sink.
   void CollectLanguages(LanguageSet& languages);
   bool BodyFound() const { return m_at.bBodyFound; }
+  bool InBody() const { return m_at.nBodyDepth > 0; }
 
   void startElement(const XMLCh* const, const XMLCh* const, const XMLCh* const pszName,
                     const xercesc::Attributes& attributes) override;
@@ -49,7 +50,6 @@ class EventCursor : public xercesc::DefaultHandler {
   void endCDATA() override { m_at.bInCData = false; }
 
  private:
-  bool InBody() const { return m_at.nBodyDepth > 0; }
   int Level() const { return m_at.nDepth - m_at.nBodyDepth; }  // of a node that begins here
   void OtherNode(short nType, LPCTSTR pszName, TextView value = {});
 

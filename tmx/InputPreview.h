@@ -8,6 +8,9 @@
 #include <xercesc/sax/InputSource.hpp>
 #include <xercesc/util/BinInputStream.hpp>
 
+// How much of a document the streaming reader looks at before choosing a scanner.
+constexpr size_t kPreviewBytes = 16384;
+
 class CPreviewedInputSource : public xercesc::InputSource {
  public:
   // Opens the source's stream and reads its first nBytes (fewer when it is shorter).

@@ -52,13 +52,22 @@ class RefusingReader : public SAX2XMLReaderImpl {
   DOMDocument* m_pDocument = nullptr;
 };
 
-constexpr size_t kPreviewBytes = 16384;
-
 // What the parser drops when it replaces its scanner, which hands the new one all other settings.
 const XMLCh* const kDroppedFeatures[] = {
     XMLUni::fgXercesDisableDefaultEntityResolution, XMLUni::fgXercesSkipDTDValidation,
     XMLUni::fgXercesIgnoreCachedDTD, XMLUni::fgXercesIgnoreAnnotations, XMLUni::fgXercesGenerateSyntheticAnnotations,
     XMLUni::fgXercesValidateAnnotations, XMLUni::fgXercesHandleMultipleImports};
+
+// What a host may set, for the parsers that read pieces of its document.
+const XMLCh* const kHostFeatures[] = {
+    XMLUni::fgSAX2CoreNameSpaces, XMLUni::fgSAX2CoreNameSpacePrefixes, XMLUni::fgSAX2CoreValidation,
+    XMLUni::fgXercesDynamic, XMLUni::fgXercesSchema, XMLUni::fgXercesSchemaFullChecking, XMLUni::fgXercesLoadSchema,
+    XMLUni::fgXercesIdentityConstraintChecking, XMLUni::fgXercesContinueAfterFatalError,
+    XMLUni::fgXercesValidationErrorAsFatal, XMLUni::fgXercesLoadExternalDTD, XMLUni::fgXercesCalculateSrcOfs,
+    XMLUni::fgXercesStandardUriConformant, XMLUni::fgXercesDisableDefaultEntityResolution,
+    XMLUni::fgXercesSkipDTDValidation, XMLUni::fgXercesIgnoreCachedDTD, XMLUni::fgXercesIgnoreAnnotations,
+    XMLUni::fgXercesGenerateSyntheticAnnotations, XMLUni::fgXercesValidateAnnotations,
+    XMLUni::fgXercesHandleMultipleImports};
 
 bool ScannerIs(SAX2XMLReader& parser, const XMLCh* pszName) {
   return XMLString::equals(static_cast<const XMLCh*>(parser.getProperty(XMLUni::fgXercesScannerName)), pszName);
@@ -83,6 +92,20 @@ StreamParser::~StreamParser() = default;
 SAX2XMLReader& StreamParser::Get() {
   if (m_state != State::kStepping && m_state != State::kParsing) UseScanner(false);
   return *m_pParser;
+}
+
+bool StreamParser::ReadsPiecesAlike() {
+  SAX2XMLReader& parser = Get();
+  return ScannerIs(parser, XMLUni::fgIGXMLScanner) && !parser.getFeature(XMLUni::fgSAX2CoreValidation) &&
+         !parser.getFeature(XMLUni::fgXercesSchema) && !parser.getFeature(XMLUni::fgSAX2CoreNameSpaces);
+}
+
+void StreamParser::TakeSettings(StreamParser& host) {
+  SAX2XMLReader& from = host.Get();
+  for (const XMLCh* pszFeature : kHostFeatures) m_pParser->setFeature(pszFeature, from.getFeature(pszFeature));
+  for (const XMLCh* pszProperty : {XMLUni::fgXercesSecurityManager, XMLUni::fgXercesLowWaterMark})
+    m_pParser->setProperty(pszProperty, from.getProperty(pszProperty));
+  m_pParser->setEntityResolver(from.getEntityResolver());
 }
 
 // A progressive parse holds its input only while it is in the middle of a document: the parser

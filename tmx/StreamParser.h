@@ -25,6 +25,11 @@ class StreamParser {
 
   // The parser as the host sees it: the scanner the host chose is in place.
   xercesc::SAX2XMLReader& Get();
+  // Whether a document without a document type declaration reads the same in pieces: the host
+  // neither validates, nor processes schemas or namespaces, nor chose a scanner of its own.
+  bool ReadsPiecesAlike();
+  // Takes the host's settings from the parser of another read.
+  void TakeSettings(StreamParser& host);
 
   // A read of input begins, ending any read in progress. Nothing is read until Step or Finish;
   // input must outlive the read.

@@ -4,23 +4,20 @@ using namespace xercesc;
 using Role = UnitRules::Role;
 
 StreamUnits::StreamUnits(const CString* pFirstLanguage, const CString* pSecondLanguage, CTmxUnitReader::TextMode mode,
-                         UnitEnds& ends)
+                         UnitEnds& ends, bool bKeepAll)
     : m_strFirst(pFirstLanguage ? *pFirstLanguage : CString()),
       m_strSecond(pSecondLanguage ? *pSecondLanguage : CString()),
       m_rules(*this, m_nKeyCounter, pFirstLanguage ? &m_strFirst : nullptr, pFirstLanguage ? &m_strSecond : nullptr,
               mode != CTmxUnitReader::TextMode::Engine),
       m_ends(ends),
+      m_bKeepAll(bKeepAll),
       m_pSeg(MakeSegmentText(mode)) {}
 
 void StreamUnits::Restart() {
-  m_nKeyCounter = m_nKey = -1;
+  m_nKeyCounter = -1;
   m_bChainStarted = false;
   m_unit = UnitState();
-}
-
-const CTmxTUV& StreamUnits::Variant(INT_PTR nIndex) const {
-  if (nIndex < 0 || nIndex >= VariantCount()) AfxThrowInvalidArgException();
-  return *m_variants[static_cast<size_t>(nIndex)];
+  m_store.Clear();
 }
 
 void StreamUnits::Node(int nLevel, short nType, LPCTSTR pszName, TextView value, const Attributes* pAttributes) {
@@ -53,7 +50,7 @@ void StreamUnits::End(int nLevel, LPCTSTR pszName) {
   }
   if (nLevel == 0) {
     m_unit.bOpen = false;
-    if (m_unit.nVariants > 0) m_ends.UnitRead();
+    if (m_store.CloseUnit()) m_ends.UnitRead();
   } else if (nLevel == 1) {
     if (m_unit.child == Role::kNote) m_rules.UnitNote(NoteText());
     m_unit.child = Role::kOther;
@@ -74,11 +71,10 @@ void StreamUnits::ChainNode(short nType, LPCTSTR pszName, const Attributes* pAtt
   m_unit = UnitState();
   m_unit.bOpen = true;
   m_rules.BeginUnit();
+  if (!m_bKeepAll) m_store.Clear();
+  m_store.OpenUnit();
   for (XMLSize_t i = 0, nAttributes = pAttributes->getLength(); i < nAttributes; i++)
-    if (UnitRules::IsUnitId(pAttributes->getQName(i))) {
-      m_id = pAttributes->getValue(i);
-      m_unit.bHasId = true;
-    }
+    if (UnitRules::IsUnitId(pAttributes->getQName(i))) m_store.SetId(pAttributes->getValue(i));
 }
 
 void StreamUnits::UnitChild(short nType, LPCTSTR pszName, TextView value, const Attributes* pAttributes) {
@@ -119,12 +115,6 @@ void StreamUnits::BeginNote(Role role) {
   if (m_unit.bInNote) m_note.Empty();
 }
 
-// The variants of the unit in progress, in storage that units reuse.
 void StreamUnits::FileVariant(int nKey, TextView language, TextView segment, const CString& strNote) {
-  if (m_unit.nVariants == m_variants.size()) m_variants.push_back(std::make_unique<CTmxTUV>(nullptr, nullptr, nullptr));
-  CTmxTUV& variant = *m_variants[m_unit.nVariants++];
-  variant.m_strLanguage.SetString(language.data(), static_cast<int>(language.size()));
-  variant.m_strSegment.SetString(segment.data(), static_cast<int>(segment.size()));
-  variant.m_strNote = strNote;
-  m_nKey = nKey;
+  m_store.AddVariant(nKey, language, segment, strNote);
 }

@@ -9,6 +9,7 @@
 #include "tmx/EventCursor.h"
 #include "tmx/SegmentText.h"
 #include "tmx/UnitRules.h"
+#include "tmx/UnitStore.h"
 
 // Told when a unit that has variants has been read; the unit stays readable until the next one
 // begins.
@@ -23,18 +24,17 @@ class UnitEnds {
 class StreamUnits : public NodeSink, private UnitSink {
  public:
   // In engine text, the bilingual rules with a language pair and the multilingual rules without
-  // one; in any other text, the multilingual rules, the pair read as language ranges.
+  // one; in any other text, the multilingual rules, the pair read as language ranges. The store
+  // keeps the unit read last, or with bKeepAll every unit read since Restart.
   StreamUnits(const CString* pFirstLanguage, const CString* pSecondLanguage, CTmxUnitReader::TextMode mode,
-              UnitEnds& ends);
+              UnitEnds& ends, bool bKeepAll = false);
   const UnitRules& Rules() const { return m_rules; }
   // A new document: no unit read, and keys counted from the start.
   void Restart();
 
-  // The unit read last.
-  int Key() const { return m_nKey; }
-  INT_PTR VariantCount() const { return static_cast<INT_PTR>(m_unit.nVariants); }
-  const CTmxTUV& Variant(INT_PTR nIndex) const;
-  LPCTSTR UnitId() const { return m_unit.bHasId ? m_id.GetString() : nullptr; }
+  UnitStore& Store() { return m_store; }
+  // The tu elements met so far: the multilingual rules' next key.
+  int UnitsMet() const { return m_nKeyCounter + 1; }
 
   void Node(int nLevel, short nType, LPCTSTR pszName, TextView value, const xercesc::Attributes* pAttributes) override;
   void Text(int nLevel, TextView text) override;
@@ -46,8 +46,6 @@ class StreamUnits : public NodeSink, private UnitSink {
     UnitRules::Role child = UnitRules::Role::kOther;         // the unit's open child
     UnitRules::Role variantChild = UnitRules::Role::kOther;  // the open child of that child, a variant
     bool bInNote = false;                                    // the open child is a note: m_note gathers its text
-    bool bHasId = false;                                     // m_id holds the unit's id
-    size_t nVariants = 0;
   };
 
   bool InSeg() const {
@@ -65,11 +63,10 @@ class StreamUnits : public NodeSink, private UnitSink {
   UnitRules m_rules;
   UnitEnds& m_ends;
   bool m_bChainStarted = false;
+  bool m_bKeepAll;
   UnitState m_unit;
-  int m_nKey = -1;
-  // Storage that units reuse: the unit's id, a note's text, a variant's language, the seg, the
-  // variants.
-  CString m_id, m_note, m_language;
+  // Storage that units reuse: a note's text, a variant's language, the seg, the units.
+  CString m_note, m_language;
   std::unique_ptr<SegmentText> m_pSeg;
-  std::vector<std::unique_ptr<CTmxTUV>> m_variants;
+  UnitStore m_store;
 };

@@ -63,6 +63,17 @@ class AFX_EXT_CLASS CTmxUnitReader {
   // They hold for every document the reader reads, whichever of the parser's scanners reads it.
   xercesc::SAX2XMLReader* GetParser();
 
+  // Reads with nJobs parsers at once, in reads not yet begun: 1 (the default) reads with one,
+  // 0 with as many as the cores this process may run on. The document is cut between children
+  // of body into pieces of about nPieceBytes, read side by side by threads of the reader's own,
+  // and their units reach GetVariant and the handler as from one parser: in document order, on
+  // the calling thread, the same units with the same keys and texts, errors included (after the
+  // same units). At most two pieces a job are in flight, each with its units. Engine text, and a
+  // document with a document type declaration, in an encoding other than UTF-8 or US-ASCII, or
+  // read with validation, schemas, namespaces or a scanner of the host's, are read by one parser.
+  static constexpr size_t kDefaultPieceBytes = size_t(1) << 20;
+  void SetJobs(int nJobs, size_t nPieceBytes = kDefaultPieceBytes);
+
   // Chooses the document, ending any earlier read: a path; a file, read from its start in pieces
   // (a memory file is not copied); or any input source, which must outlive the read. Nothing is
   // read yet: errors, an unreadable input among them, come from the reads.

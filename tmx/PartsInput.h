@@ -1,0 +1,48 @@
+// A document put together from parts: bytes in memory, then what remains of a stream. The
+// parser of a piece reads the frame around the piece's bytes so; a read that goes on after the
+// pieces reads the bytes already taken from the input before the rest of it.
+#pragma once
+
+#include <memory>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <xercesc/sax/InputSource.hpp>
+#include <xercesc/util/BinInputStream.hpp>
+
+// Bytes read into as soon as they are there, so never zeroed first.
+template <class T>
+struct UninitializedAllocator : std::allocator<T> {
+  template <class U>
+  struct rebind {
+    using other = UninitializedAllocator<U>;
+  };
+  template <class U, class... Args>
+  void construct(U* p, Args&&... args) {
+    if constexpr (sizeof...(Args) == 0)
+      ::new (static_cast<void*>(p)) U;
+    else
+      ::new (static_cast<void*>(p)) U(std::forward<Args>(args)...);
+  }
+};
+using Bytes = std::vector<char, UninitializedAllocator<char>>;
+
+class CPartsInputSource : public xercesc::InputSource {
+ public:
+  // Named as the document is, so that errors name it.
+  explicit CPartsInputSource(const xercesc::InputSource& document);
+  // Bytes that outlive the read.
+  void Add(std::string_view bytes) { m_parts.push_back(bytes); }
+  // Bytes the source holds.
+  void Add(Bytes&& bytes);
+  // The stream that follows every part: given up with the stream made.
+  void Finally(std::unique_ptr<xercesc::BinInputStream> pRest) { m_pRest = std::move(pRest); }
+  // Given once.
+  xercesc::BinInputStream* makeStream() const override;
+
+ private:
+  std::vector<std::string_view> m_parts;
+  std::vector<Bytes> m_held;
+  mutable std::unique_ptr<xercesc::BinInputStream> m_pRest;
+};
