@@ -11,7 +11,7 @@ help:
 	@echo "make demo           install what is missing, build, run the quillon tool on examples/"
 	@echo "make test           install what is missing, build, run every test"
 	@echo "make test-sanitize  every test again under AddressSanitizer and UndefinedBehaviorSanitizer"
-	@echo "make fuzz           libFuzzer on the engine, stream, packer and image reader (FUZZ_SECONDS each)"
+	@echo "make fuzz           libFuzzer on the engine, stream, pieces, packer and image reader (FUZZ_SECONDS each)"
 	@echo "make memcheck       every suite and the tool's contract under valgrind"
 	@echo "make bench          the DOM operations against a bare parse; bench-stream, bench-python, bench-peers"
 	@echo "make windows        the Windows DLL and tool (mingw-w64); windows-test runs every suite under wine"
@@ -83,7 +83,7 @@ fuzz: deps
 	@CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUILLON_FUZZ=ON >/dev/null
 	@cmake --build $(FUZZ_BUILD) -j $(JOBS)
 	@mkdir -p $(FUZZ_BUILD)/crashes
-	@for t in tmx text pack image; do \
+	@for t in tmx text pieces pack image; do \
 	  mkdir -p $(FUZZ_BUILD)/corpus-$$t; \
 	  echo "fuzz_$$t: $(FUZZ_SECONDS) s"; \
 	  $(FUZZ_BUILD)/bin/fuzz_$$t -max_total_time=$(FUZZ_SECONDS) -rss_limit_mb=4096 -max_len=65536 \

@@ -16,11 +16,12 @@ class PartsStream : public BinInputStream {
   XMLFilePos curPos() const override { return m_nPos; }
   XMLSize_t readBytes(XMLByte* const pToFill, const XMLSize_t nMaxToRead) override {
     XMLSize_t nRead = 0;
-    while (nRead == 0 && m_nPart < m_parts.size()) {
+    while (nRead < nMaxToRead && m_nPart < m_parts.size()) {
       const std::string_view part = m_parts[m_nPart];
-      nRead = std::min(nMaxToRead, part.size() - m_nOffset);
-      std::memcpy(pToFill, part.data() + m_nOffset, nRead);
-      m_nOffset += nRead;
+      const size_t nTaken = std::min(nMaxToRead - nRead, part.size() - m_nOffset);
+      if (nTaken != 0) std::memcpy(pToFill + nRead, part.data() + m_nOffset, nTaken);
+      nRead += nTaken;
+      m_nOffset += nTaken;
       if (m_nOffset == part.size()) m_nPart++, m_nOffset = 0;
     }
     if (nRead == 0 && m_pRest) nRead = m_pRest->readBytes(pToFill, nMaxToRead);
