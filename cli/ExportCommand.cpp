@@ -1,5 +1,5 @@
 // quillon export [--pair FIRST SECOND | --all] [--text plain|markup|engine] [--format jsonl|tsv|moses|pairs]
-//                [--dedupe] [--jobs N] [-o|--output OUT] [--quiet] SOURCE
+//                [--dedupe] [--jobs N [--piece-size BYTES]] [-o|--output OUT] [--quiet] SOURCE
 //
 // Streams the units through the library's unit reader, in document order and constant memory:
 // jsonl and tsv are the forms `units` prints, a unit (or a variant) a line; moses writes the two
@@ -34,6 +34,7 @@ struct ExportOptions {
   std::string output;
   bool bDedupe = false;
   int nJobs = 0;  // as many as the cores the process may use
+  size_t nPieceBytes = CTmxUnitReader::kDefaultPieceBytes;
   bool bQuiet = false;
 
   bool SelectsPairs() const { return format == "moses" || format == "pairs"; }
@@ -113,7 +114,7 @@ void RunExport(const ExportOptions& options, Output& out, ParserSafety& safety) 
       options.pair.empty() ? std::make_unique<CTmxUnitReader>(options.text)
                            : std::make_unique<CTmxUnitReader>(options.Range(0), options.Range(1), options.text);
   safety.Apply(reader->GetParser());
-  reader->SetJobs(options.nJobs);
+  reader->SetJobs(options.nJobs, options.nPieceBytes);
   std::unique_ptr<OutputFile> file;
   if (!options.output.empty() && options.format != "moses") file = std::make_unique<OutputFile>(options.output);
   Output& destination = file ? file->Out() : out;
@@ -179,6 +180,9 @@ void AddExportCommand(CLI::App& app, PendingRun& pending, ParserSafety& safety) 
                                             "same output (default: the cores this process may use; 1 reads with "
                                             "one; engine text is always read with one)")
       ->type_name("N")->check(CLI::PositiveNumber.description(""));
+  cmd->add_option("--piece-size", options->nPieceBytes, "Bytes of the document each of those parsers reads at a "
+                                                        "time, cut between units (default: 1 MiB)")
+      ->type_name("BYTES")->check(CLI::PositiveNumber.description(""));
   cmd->add_option("-o,--output", options->output,
                   "Write to this file (for moses, this prefix) instead of standard output, once the whole "
                   "document is read")

@@ -72,39 +72,41 @@ for f in examples/sample.tmx tests/fuzz/seeds/units.tmx "$tmp/esc.tmx"; do
       "$("$quillon" export --text engine --format tsv $pair "$f")"
   done
 done
-STDIN=examples/sample.tmx expect export-stdin 0 '^[{]"key":0,"tuid":"welcome","variants":\[[{]"language":"en-US"' '^$' -- "$quillon" export --pair en-US fr-FR -
-printf '<tmx><body>\n<tu><tuv lang="en"><seg>a</seg></tuv></tu>\n<tu><tuv lang="en"><seg>b</seg></tuv></tu>\n<tu></tmx>' >"$tmp/late.tmx"
-expect export-late-error 1 "^[{]\"key\":0,.*$N[{]\"key\":1,.*$N\$" "^$tmp/late.tmx:4:[0-9]+: error: [^$N]+$N\$" -- "$quillon" export --pair en de "$tmp/late.tmx"
-printf '<tmx><body>\n<tu><tuv lang="en"><seg> a\r\nb\tc </seg></tuv><tuv lang="de"><seg>x</seg></tuv></tu>\n<tu><tuv lang="en"><seg>only</seg></tuv><tuv lang="de"><seg> </seg></tuv></tu></body></tmx>' >"$tmp/par.tmx"
-expect export-moses 0 '^$' "^1 units written, 1 skipped$N\$" -- "$quillon" export --format moses --pair EN de -o "$tmp/par" "$tmp/par.tmx"
-check moses-files same "$(cat "$tmp/par.EN")|$(cat "$tmp/par.de")" "a b c|x"
-expect export-moses-quiet 0 '^$' '^$' -- "$quillon" export --format moses --pair EN de --quiet -o "$tmp/par" "$tmp/par.tmx"
-expect export-moses-needs-pair 2 '^$' 'needs --pair' -- "$quillon" export --format moses -o "$tmp/p" examples/sample.tmx
-expect export-moses-one-language 2 '^$' 'needs two different languages' -- "$quillon" export --format moses --pair en-US EN-us -o "$tmp/p" examples/sample.tmx
-for language in ../x a/b; do
-  expect "export-moses-language-$language" 2 '^$' "'$language' cannot end a file name" \
-    -- "$quillon" export --format moses --pair en "$language" -o "$tmp/p" examples/sample.tmx
-done
-# -o writes beside the target and renames only a complete file; standard output gets the units
-# before the error.
-printf 'kept' >"$tmp/kept.jsonl"
-expect export-late-error-file 1 '^$' "^$tmp/late.tmx:4:[0-9]+: error: " -- "$quillon" export --output "$tmp/kept.jsonl" "$tmp/late.tmx"
-expect export-late-error-moses 1 '^$' "^$tmp/late.tmx:4:[0-9]+: error: " -- "$quillon" export --format moses --pair en de -o "$tmp/late" "$tmp/late.tmx"
-expect export-to-file 0 '^$' '^$' -- "$quillon" export -o "$tmp/all.jsonl" examples/sample.tmx
-check output-files same "$(cat "$tmp/kept.jsonl") $(ls "$tmp" | grep -cF -e quillon- -e late.en) $(wc -l <"$tmp/all.jsonl")" "kept 0 12"
-printf '<tmx><body>\n<tu><tuv lang="en"><seg>a&#13;b</seg></tuv></tu></body></tmx>' >"$tmp/cr.tmx"
-for command in units "export --format tsv"; do
-  expect "carriage-return-$command" 0 "^0${T}en${T}a[\\\\]rb${T}$N\$" '^$' -- "$quillon" $command "$tmp/cr.tmx"
-done
+# The export suites read with one parser, then in the smallest pieces by three.
+for jobs in "--jobs 1" "--jobs 3 --piece-size 1"; do
+  STDIN=examples/sample.tmx expect export-stdin 0 '^[{]"key":0,"tuid":"welcome","variants":\[[{]"language":"en-US"' '^$' -- "$quillon" export $jobs --pair en-US fr-FR -
+  printf '<tmx><body>\n<tu><tuv lang="en"><seg>a</seg></tuv></tu>\n<tu><tuv lang="en"><seg>b</seg></tuv></tu>\n<tu></tmx>' >"$tmp/late.tmx"
+  expect export-late-error 1 "^[{]\"key\":0,.*$N[{]\"key\":1,.*$N\$" "^$tmp/late.tmx:4:[0-9]+: error: [^$N]+$N\$" -- "$quillon" export $jobs --pair en de "$tmp/late.tmx"
+  printf '<tmx><body>\n<tu><tuv lang="en"><seg> a\r\nb\tc </seg></tuv><tuv lang="de"><seg>x</seg></tuv></tu>\n<tu><tuv lang="en"><seg>only</seg></tuv><tuv lang="de"><seg> </seg></tuv></tu></body></tmx>' >"$tmp/par.tmx"
+  expect export-moses 0 '^$' "^1 units written, 1 skipped$N\$" -- "$quillon" export $jobs --format moses --pair EN de -o "$tmp/par" "$tmp/par.tmx"
+  check moses-files same "$(cat "$tmp/par.EN")|$(cat "$tmp/par.de")" "a b c|x"
+  expect export-moses-quiet 0 '^$' '^$' -- "$quillon" export $jobs --format moses --pair EN de --quiet -o "$tmp/par" "$tmp/par.tmx"
+  expect export-moses-needs-pair 2 '^$' 'needs --pair' -- "$quillon" export $jobs --format moses -o "$tmp/p" examples/sample.tmx
+  expect export-moses-one-language 2 '^$' 'needs two different languages' -- "$quillon" export $jobs --format moses --pair en-US EN-us -o "$tmp/p" examples/sample.tmx
+  for language in ../x a/b; do
+    expect "export-moses-language-$language" 2 '^$' "'$language' cannot end a file name" \
+      -- "$quillon" export $jobs --format moses --pair en "$language" -o "$tmp/p" examples/sample.tmx
+  done
+  # -o writes beside the target and renames only a complete file; standard output gets the units
+  # before the error.
+  printf 'kept' >"$tmp/kept.jsonl"
+  expect export-late-error-file 1 '^$' "^$tmp/late.tmx:4:[0-9]+: error: " -- "$quillon" export $jobs --output "$tmp/kept.jsonl" "$tmp/late.tmx"
+  expect export-late-error-moses 1 '^$' "^$tmp/late.tmx:4:[0-9]+: error: " -- "$quillon" export $jobs --format moses --pair en de -o "$tmp/late" "$tmp/late.tmx"
+  expect export-to-file 0 '^$' '^$' -- "$quillon" export $jobs -o "$tmp/all.jsonl" examples/sample.tmx
+  check output-files same "$(cat "$tmp/kept.jsonl") $(ls "$tmp" | grep -cF -e quillon- -e late.en) $(wc -l <"$tmp/all.jsonl")" "kept 0 12"
+  printf '<tmx><body>\n<tu><tuv lang="en"><seg>a&#13;b</seg></tuv></tu></body></tmx>' >"$tmp/cr.tmx"
+  for command in units "export --format tsv"; do
+    expect "carriage-return-$command" 0 "^0${T}en${T}a[\\\\]rb${T}$N\$" '^$' -- "$quillon" $command "$tmp/cr.tmx"
+  done
 
-# The text of a segment as real tools write it, in each mode; plain and markup units are the
-# multilingual ones, their pair a pair of language ranges.
-seg='Click <bpt i="1">{\b </bpt>Save<ept i="1">}</ept> to keep <ph x="2">&lt;br/&gt;</ph>your work.'
-printf '<tmx><body>\n<tu tuid="t1"><tuv xml:lang="en-US"><seg>%s</seg></tuv><tuv xml:lang="de-DE"><seg>Sichern</seg></tuv></tu></body></tmx>' \
-  "$seg" >"$tmp/codes.tmx"
-while IFS='|' read -r options expected; do
-  check "segment-text $options" same "$("$quillon" export $options --format tsv "$tmp/codes.tmx" | head -n 1)" "$expected"
-done <<'EOF'
+  # The text of a segment as real tools write it, in each mode; plain and markup units are the
+  # multilingual ones, their pair a pair of language ranges.
+  seg='Click <bpt i="1">{\b </bpt>Save<ept i="1">}</ept> to keep <ph x="2">&lt;br/&gt;</ph>your work.'
+  printf '<tmx><body>\n<tu tuid="t1"><tuv xml:lang="en-US"><seg>%s</seg></tuv><tuv xml:lang="de-DE"><seg>Sichern</seg></tuv></tu></body></tmx>' \
+    "$seg" >"$tmp/codes.tmx"
+  while IFS='|' read -r options expected; do
+    check "segment-text $options" same "$("$quillon" export $jobs $options --format tsv "$tmp/codes.tmx" | head -n 1)" "$expected"
+  done <<'EOF'
 |0	en-US	Click Save to keep your work.	
 --text markup|0	en-US	Click <bpt i="1">{\\b </bpt>Save<ept i="1">}</ept> to keep <ph x="2">&lt;br/&gt;</ph>your work.	
 --text engine|0	en-US	Click 	
@@ -113,20 +115,21 @@ done <<'EOF'
 --pair EN_us DE|0	en-US	Click Save to keep your work.	
 --pair en-GB de|0	de-DE	Sichern	
 EOF
-expect pairs 0 "^[{]\"key\":0,\"tuid\":\"t1\",\"translation\":[{]\"en\":\"Click Save to keep your work.\",\"de\":\"Sichern\"[}][}]$N\$" \
-  "^1 units written, 0 skipped$N\$" -- "$quillon" export --format pairs --pair en de "$tmp/codes.tmx"
-expect pairs-engine 0 '^$' "^0 units written, 0 skipped$N\$" -- "$quillon" export --text engine --format pairs --pair en de "$tmp/codes.tmx"
-expect pairs-needs-pair 2 '^$' 'needs --pair' -- "$quillon" export --format pairs examples/sample.tmx
-expect dedupe-needs-pairs 2 '^$' 'needs --format moses or pairs' -- "$quillon" export --dedupe examples/sample.tmx
-expect bad-text 2 '^$' '.' -- "$quillon" export --text html examples/sample.tmx
-# Repeats after whitespace is made plain are dropped and counted; an empty side skips the unit.
-printf '<tmx><body>\n<tu><tuv lang="en"><seg>a  b</seg></tuv><tuv lang="de"><seg>x</seg></tuv></tu>\n<tu><tuv lang="en-GB"><seg> a\tb\n</seg></tuv><tuv lang="de"><seg>x </seg></tuv></tu>\n<tu><tuv lang="en"><seg>a b</seg></tuv><tuv lang="de"><seg>y</seg></tuv></tu>\n<tu><tuv lang="en"><seg>a b</seg></tuv><tuv lang="de"><seg> </seg></tuv></tu></body></tmx>' >"$tmp/dup.tmx"
-for format in moses pairs; do
-  expect "dedupe-$format" 0 '.*' "^2 units written, 1 skipped, 1 dropped as duplicates$N\$" \
-    -- "$quillon" export --format $format --dedupe --pair en de -o "$tmp/dup" "$tmp/dup.tmx"
+  expect pairs 0 "^[{]\"key\":0,\"tuid\":\"t1\",\"translation\":[{]\"en\":\"Click Save to keep your work.\",\"de\":\"Sichern\"[}][}]$N\$" \
+    "^1 units written, 0 skipped$N\$" -- "$quillon" export $jobs --format pairs --pair en de "$tmp/codes.tmx"
+  expect pairs-engine 0 '^$' "^0 units written, 0 skipped$N\$" -- "$quillon" export $jobs --text engine --format pairs --pair en de "$tmp/codes.tmx"
+  expect pairs-needs-pair 2 '^$' 'needs --pair' -- "$quillon" export $jobs --format pairs examples/sample.tmx
+  expect dedupe-needs-pairs 2 '^$' 'needs --format moses or pairs' -- "$quillon" export $jobs --dedupe examples/sample.tmx
+  expect bad-text 2 '^$' '.' -- "$quillon" export $jobs --text html examples/sample.tmx
+  # Repeats after whitespace is made plain are dropped and counted; an empty side skips the unit.
+  printf '<tmx><body>\n<tu><tuv lang="en"><seg>a  b</seg></tuv><tuv lang="de"><seg>x</seg></tuv></tu>\n<tu><tuv lang="en-GB"><seg> a\tb\n</seg></tuv><tuv lang="de"><seg>x </seg></tuv></tu>\n<tu><tuv lang="en"><seg>a b</seg></tuv><tuv lang="de"><seg>y</seg></tuv></tu>\n<tu><tuv lang="en"><seg>a b</seg></tuv><tuv lang="de"><seg> </seg></tuv></tu></body></tmx>' >"$tmp/dup.tmx"
+  for format in moses pairs; do
+    expect "dedupe-$format" 0 '.*' "^2 units written, 1 skipped, 1 dropped as duplicates$N\$" \
+      -- "$quillon" export $jobs --format $format --dedupe --pair en de -o "$tmp/dup" "$tmp/dup.tmx"
+  done
+  check dedupe-moses-files same "$(cat "$tmp/dup.en")|$(cat "$tmp/dup.de")" "a b${N}a b|x${N}y"
+  expect export-bad-format 2 '^$' '.' -- "$quillon" export $jobs --format xml examples/sample.tmx
 done
-check dedupe-moses-files same "$(cat "$tmp/dup.en")|$(cat "$tmp/dup.de")" "a b${N}a b|x${N}y"
-expect export-bad-format 2 '^$' '.' -- "$quillon" export --format xml examples/sample.tmx
 expect languages-stream 0 "^de-DE${N}en-US${N}fr-FR${N}ja-JP${N}\$" '^$' -- "$quillon" languages --stream examples/sample.tmx
 
 printf '<?xml version="1.0" encoding="UTF-8"?><a x="1"><b/></a>' >"$tmp/w.xml"
