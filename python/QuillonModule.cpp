@@ -253,14 +253,23 @@ std::unique_ptr<CTmxUnitReader> NewReader(const py::object& pair, TextMode mode)
                                           mode);
 }
 
+// None: as many parsers as the cores the process may use.
+int JobsOf(const py::object& jobs) {
+  if (jobs.is_none()) return 0;
+  const int nJobs = jobs.cast<int>();
+  if (nJobs < 1) throw py::value_error("jobs must be at least 1, not " + std::to_string(nJobs));
+  return nJobs;
+}
+
 // A read of a source that the caller iterates, one step at a time with the lock released.
 class Read {
  public:
   Read(const Read&) = delete;
   Read& operator=(const Read&) = delete;
-  Read(py::handle source, std::unique_ptr<CTmxUnitReader> reader, bool bSafe)
+  Read(py::handle source, std::unique_ptr<CTmxUnitReader> reader, bool bSafe, const py::object& jobs)
       : m_source(std::make_unique<Source>(source)), m_reader(std::move(reader)) {
     if (bSafe) m_safe.Apply(m_reader->GetParser());
+    m_reader->SetJobs(JobsOf(jobs));
     m_reader->Open(m_source->Input());
   }
 
@@ -295,8 +304,8 @@ class Read {
 
 class UnitIterator : public Read {
  public:
-  UnitIterator(py::handle source, const py::object& pair, const py::object& text, bool bSafe)
-      : Read(source, NewReader(pair, TextModeOf(text)), bSafe) {}
+  UnitIterator(py::handle source, const py::object& pair, const py::object& text, bool bSafe, const py::object& jobs)
+      : Read(source, NewReader(pair, TextModeOf(text)), bSafe, jobs) {}
 
   py::object Next() {
     Step([](const CTmxUnitReader&) { return true; });
@@ -334,8 +343,9 @@ class UnitIterator : public Read {
 class PairIterator : public Read {
  public:
   PairIterator(py::handle source, const py::object& first, const py::object& second, const py::object& text,
-               bool bDedupe, bool bSafe)
-      : PairIterator(source, LanguageOf(first, "first"), LanguageOf(second, "second"), TextModeOf(text), bDedupe, bSafe) {}
+               bool bDedupe, bool bSafe, const py::object& jobs)
+      : PairIterator(source, LanguageOf(first, "first"), LanguageOf(second, "second"), TextModeOf(text), bDedupe, bSafe,
+                     jobs) {}
 
   py::object Next() {
     Step([this](const CTmxUnitReader& reader) { return m_pairs.Select(reader) != FALSE; });
@@ -348,8 +358,9 @@ class PairIterator : public Read {
   }
 
  private:
-  PairIterator(py::handle source, const CString& first, const CString& second, TextMode mode, bool bDedupe, bool bSafe)
-      : Read(source, std::make_unique<CTmxUnitReader>(first, second, mode), bSafe),
+  PairIterator(py::handle source, const CString& first, const CString& second, TextMode mode, bool bDedupe, bool bSafe,
+               const py::object& jobs)
+      : Read(source, std::make_unique<CTmxUnitReader>(first, second, mode), bSafe, jobs),
         m_pairs(first, second, mode, bDedupe) {}
 
   CTmxPairSelector m_pairs;
@@ -480,10 +491,11 @@ PYBIND11_MODULE(quillon, m) {
   // The iterator stays where it was made: its parser points at its own settings.
   // Reads stay where they were made: their parsers point at their own settings.
   m.def("read_units",
-        [](py::handle source, py::object pair, py::object text, bool bSafe) {
-          return std::make_unique<UnitIterator>(source, pair, text, bSafe);
+        [](py::handle source, py::object pair, py::object text, bool bSafe, py::object jobs) {
+          return std::make_unique<UnitIterator>(source, pair, text, bSafe, jobs);
         },
         py::arg("source"), py::arg("pair") = py::none(), py::kw_only(), py::arg("text") = "plain", py::arg("safe") = true,
+        py::arg("jobs") = py::none(),
         "The units of a TMX document, in document order, read as the caller iterates.\n\n"
         "source: a path, the document's bytes, or a binary file object read in chunks (standard input,\n"
         "gzip.open(...)). text: 'plain', the sentence without inline codes; 'markup', the segment's\n"
@@ -491,19 +503,20 @@ PYBIND11_MODULE(quillon, m) {
         "matches en-US and EN_gb; '*' every code) whose variants are kept, and the units that have one;\n"
         "with text='engine', the two languages of the bilingual rules. None keeps every language.\n"
         "safe: no external DTD or entity is loaded and entity expansion is capped; False gives the\n"
-        "parser library's defaults. close() (or a with block) ends the read early.\n\n"
+        "parser library's defaults. jobs: parsers reading pieces of the document at once, for the same\n"
+        "units (None: the cores the process may use; 1: one; text='engine' is read by one).\n"
+        "close() (or a with block) ends the read early.\n\n"
         "Raises ParseError once the units before the error have been read, OSError when a path\n"
         "cannot be opened, MemoryError when memory runs out.");
   m.def("read_pairs",
-        [](py::handle source, py::object first, py::object second, py::object text, bool bDedupe, bool bSafe) {
-          return std::make_unique<PairIterator>(source, first, second, text, bDedupe, bSafe);
-        },
+        [](py::handle source, py::object first, py::object second, py::object text, bool bDedupe, bool bSafe,
+           py::object jobs) { return std::make_unique<PairIterator>(source, first, second, text, bDedupe, bSafe, jobs); },
         py::arg("source"), py::arg("first"), py::arg("second"), py::kw_only(), py::arg("text") = "plain",
-        py::arg("dedupe") = false, py::arg("safe") = true,
+        py::arg("dedupe") = false, py::arg("safe") = true, py::arg("jobs") = py::none(),
         "The units' segment pairs in two language ranges, as `quillon export --format pairs` writes\n"
         "them: Pair(key, tuid, first, second), each segment the first non-empty one of its range,\n"
         "whitespace runs made one space and trimmed; units without both are skipped. dedupe drops a\n"
-        "pair equal to one already given. source, text and safe as for read_units.");
+        "pair equal to one already given. source, text, safe and jobs as for read_units.");
   m.def("languages", &Languages, py::arg("source"), py::kw_only(), py::arg("safe") = true,
         "The distinct language codes of the document's variants, in ordinal order.");
   m.def("pack", &Pack, py::arg("path"), py::kw_only(), py::arg("safe") = true,

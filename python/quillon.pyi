@@ -54,7 +54,7 @@ class UnitIterator(Read[Unit]): ...
 class PairIterator(Read[Pair]): ...
 
 def read_units(source: Source, pair: Optional[Tuple[str, str]] = None, *, text: Text = "plain",
-               safe: bool = True) -> UnitIterator:
+               safe: bool = True, jobs: Optional[int] = None) -> UnitIterator:
     """The units of a TMX document, in document order, read as the caller iterates.
 
     source: a path, the document's bytes, or a binary file object read in chunks (standard
@@ -62,8 +62,9 @@ def read_units(source: Source, pair: Optional[Tuple[str, str]] = None, *, text: 
     ('en' matches en-US and EN_gb, '*' every code) whose variants are kept, and the units that
     have one; with text='engine', the two languages of the bilingual rules. None keeps every
     language. safe: no external DTD or entity is loaded and entity expansion is capped; False
-    gives the parser library's defaults, as the C++ library keeps them. close() (or a with
-    block) ends the read early.
+    gives the parser library's defaults, as the C++ library keeps them. jobs: parsers reading
+    pieces of the document at once, for the same units (None: the cores the process may use;
+    1: one; text='engine' is always read by one). close() (or a with block) ends the read early.
 
     Raises ParseError once the units before the error have been read, OSError when a path
     cannot be opened, MemoryError when memory runs out; TypeError or ValueError for a pair that
@@ -71,7 +72,7 @@ def read_units(source: Source, pair: Optional[Tuple[str, str]] = None, *, text: 
     """
 
 def read_pairs(source: Source, first: str, second: str, *, text: Text = "plain", dedupe: bool = False,
-               safe: bool = True) -> PairIterator:
+               safe: bool = True, jobs: Optional[int] = None) -> PairIterator:
     """The segment pairs of `quillon export --format pairs`: per unit, the first non-empty segment
     of each range (an exact code before a longer one), units without both skipped; dedupe drops
     a pair equal to one already given. Errors as read_units raises them."""

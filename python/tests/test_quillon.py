@@ -48,6 +48,22 @@ def test_units_and_pairs_are_the_tools(path, pair, text):
                 for p in quillon.read_pairs(path, *pair, text=text, dedupe=True)] == expected
 
 
+def test_reads_in_pieces_are_the_reads_of_one_parser(tmp_path):
+    units = "".join(f'<tu tuid="{i}"><tuv xml:lang="en"><seg>s {i} <ph>x</ph></seg></tuv>'
+                    f'<tuv xml:lang="de"><seg>t {i % 97}</seg></tuv></tu>\n' for i in range(40000))
+    data = f"<tmx><header/><body>{units}</body></tmx>".encode()
+    (tmp_path / "big.tmx.gz").write_bytes(gzip.compress(data))
+    expected = list(quillon.read_units(data, jobs=1))
+    with gzip.open(tmp_path / "big.tmx.gz") as f:
+        assert list(quillon.read_units(f, jobs=2)) == expected
+    assert list(quillon.read_pairs(data, "en", "de", dedupe=True)) == list(
+        quillon.read_pairs(data, "en", "de", dedupe=True, jobs=1))
+    with quillon.read_units(data, jobs=3) as early:  # ends while pieces are in flight
+        assert next(early) == expected[0]
+    with pytest.raises(ValueError, match="jobs must be at least 1"):
+        quillon.read_units(data, jobs=0)
+
+
 def test_paths_bytes_and_file_objects_agree(tmp_path):
     data = FIXTURES[0].read_bytes()
     (tmp_path / "m.tmx.gz").write_bytes(gzip.compress(data))
