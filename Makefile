@@ -52,7 +52,8 @@ bench: build
 	$(BUILD)/bin/quillon_bench --data $(BUILD)/bench-data $(if $(UNITS),--units $(UNITS)) --reps $(or $(REPS),1)
 
 # The streaming reads in every text mode against a bare SAX2 scan, the DOM and translate-toolkit,
-# on generated files of 30 k, 300 k and 3 M units (the last about 0.9 GB, generated once); then
+# on generated files of 30 k, 600 k and 3 M units (the last about 0.9 GB, generated once), the
+# export at 1 job and up to every core; then
 # read_pairs against translate-toolkit reading the same pairs.
 bench-stream: build
 	@QUILLON_PEERS=1 scripts/install-deps

@@ -4,7 +4,7 @@
 // the streaming reads against a bare SAX2 scan, --peers for translate-toolkit.
 //
 //   quillon_bench [--data DIR] [--units 30000,300000,900000] [--reps N]
-//   quillon_bench --stream [--data DIR] [--units 30000,300000,3000000] [--reps N] [--no-dom]
+//   quillon_bench --stream [--data DIR] [--units 30000,600000,3000000] [--reps N] [--no-dom]
 //   quillon_bench --peers [--data DIR] [--units 300000] [--quillon PATH] [--peer SCRIPT]
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -214,7 +214,7 @@ int Stream(const std::string& dir, const std::vector<long>& sizes, const Tools& 
     const std::vector<std::string> pairs = {tools.quillon, "export", "--quiet", "--format", "pairs", "--pair", "en", "de", path};
     std::vector<std::pair<std::string, std::vector<std::string>>> readers = {
         {"bare SAX2 scan", {tools.scan, path}},
-        {"export (plain text)", {tools.quillon, "export", path}},
+        {"export (plain text, every core)", {tools.quillon, "export", path}},
         {"export --text markup", {tools.quillon, "export", "--text", "markup", path}},
         {"export --text engine", {tools.quillon, "export", "--text", "engine", path}},
         {"export --pair en de", {tools.quillon, "export", "--pair", "en", "de", path}},
@@ -222,6 +222,9 @@ int Stream(const std::string& dir, const std::vector<long>& sizes, const Tools& 
         {"  ... --dedupe", pairs},
     };
     readers.back().second.insert(readers.back().second.begin() + 2, "--dedupe");
+    // The read in pieces, from one job to every core: wall time and peak against the scan.
+    for (long nJobs = 1; nJobs <= sysconf(_SC_NPROCESSORS_ONLN); nJobs++)
+      readers.push_back({"export --jobs " + std::to_string(nJobs), {tools.quillon, "export", "--jobs", std::to_string(nJobs), path}});
     if (bDom) readers.push_back({"units --all --json (DOM)", {tools.quillon, "units", "--all", "--json", path}});
     if (nUnits == 300000) readers.push_back({"translate-toolkit", {"/usr/bin/python3", tools.peer, path}});
     std::map<std::string, Measure> measured;
@@ -277,7 +280,7 @@ int main(int argc, char** argv) {
     }
   }
   if (bStream)
-    return Stream(dir, ParseUnits(units.empty() ? "30000,300000,3000000" : units), {quillon, scan, peer}, bDom, nReps);
+    return Stream(dir, ParseUnits(units.empty() ? "30000,600000,3000000" : units), {quillon, scan, peer}, bDom, nReps);
   if (bPeers) return Peers(dir, units.empty() ? 300000 : std::atol(units.c_str()), quillon, peer, nReps);
   return Report(dir, ParseUnits(units.empty() ? "30000,300000,900000" : units), nReps);
 }
