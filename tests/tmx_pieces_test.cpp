@@ -191,7 +191,7 @@ TEST(PiecesTest, AnInputThatFailsDoesSoWhereOneParserMeetsIt) {
       return new Stream(bytes);
     }
   } source;
-  source.setSystemId(u"failing.tmx");
+  source.setSystemId(_T("failing.tmx"));
   for (int nUnits : {20, 400}) {  // within the parser's first look at the input, and beyond it
     source.bytes = "<tmx><body>";
     for (int i = 0; i < nUnits; i++) source.bytes += Unit(std::to_string(i), "x");
