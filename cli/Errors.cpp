@@ -21,10 +21,7 @@ void ReportCurrentException(const std::string& file, const ParserSafety& safety)
     Print(e.Where(), e.what());
   } catch (...) {
     quillon::Failure failure = quillon::DescribeCurrentException();
-    // A refused entity reads as a missing file: say who refused it.
-    if (failure.kind == quillon::Failure::Kind::kParse && !safety.RefusedEntity().IsEmpty())
-      failure.message = "external entity '" + Utf8(safety.RefusedEntity()) +
-                        "' not loaded: the safe defaults load nothing external (--allow-external loads it)";
+    safety.Explain(failure);  // a refused entity reads as a missing file: say who refused it
     Print(failure.line ? file + ":" + std::to_string(failure.line) + ":" + std::to_string(failure.column) : file,
           failure.message);
   }

@@ -12,7 +12,8 @@ class ParserSafety {
   void Apply(Parser* pParser) {
     if (!bAllowExternal) m_safe.Apply(pParser);
   }
-  const CString& RefusedEntity() const { return m_safe.GetRefusedEntity(); }
+  // A failure told as what the safe defaults refused, when they did.
+  void Explain(quillon::Failure& failure) const { m_safe.Explain(failure, "--allow-external"); }
 
  private:
   CSafeParsing m_safe;

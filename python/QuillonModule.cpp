@@ -101,9 +101,7 @@ PyObject* NewStr(const CString& str) { return NewStr(str.GetString(), static_cas
     quillon::Failure failure = quillon::DescribeCurrentException();
     switch (failure.kind) {
       case quillon::Failure::Kind::kParse:
-        if (pSafety && !pSafety->GetRefusedEntity().IsEmpty())
-          failure.message = "external entity '" + CW2A(pSafety->GetRefusedEntity()).str() +
-                            "' not loaded: safe=True loads nothing external (safe=False loads it)";
+        if (pSafety) pSafety->Explain(failure, "safe=False");
         RaiseParseError(failure.message, path, failure.line, failure.column);
       case quillon::Failure::Kind::kMemory:
         throw std::bad_alloc();

@@ -7,7 +7,7 @@ set -eu
 top=$PWD tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
 mkdir "$tmp/src"
-cp -r CMakeLists.txt README.md pyproject.toml setup.py MANIFEST.in afx cmake dom include module python resources tmx \
+cp -r CMakeLists.txt README.md pyproject.toml setup.py MANIFEST.in afx cmake include module python resources tmx xml \
   xmlpack "$tmp/src"
 /usr/bin/python3 -m venv --system-site-packages "$tmp/venv"
 "$tmp/venv/bin/pip" install --quiet --no-build-isolation --no-index "$tmp/src" >"$tmp/pip.log" 2>&1 ||

@@ -1,10 +1,10 @@
 // How the TMX code reads the DOM on its hot paths: child and sibling links only (see
-// dom/DepthFirstWalk.h), and never recursion.
+// xml/DepthFirstWalk.h), and never recursion.
 #pragma once
 
 #include <xercesc/dom/DOMNode.hpp>
 
-#include "dom/DepthFirstWalk.h"
+#include "xml/DepthFirstWalk.h"
 #include "quillon/afx.h"
 #include "tmx/UnitRules.h"
 

@@ -2,55 +2,15 @@
 
 #include <iterator>
 
-#include <xercesc/dom/DOMDocument.hpp>
-#include <xercesc/dom/DOMImplementation.hpp>
-#include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/util/XMLUni.hpp>
-#include <xercesc/validators/DTD/DTDElementDecl.hpp>
 
 #include "tmx/InputPreview.h"
+#include "xml/GuardedReader.h"
 
 using namespace xercesc;
 
 namespace {
-
-// The SAX2 parser, refusing what the DOM refuses while the engine parses a document though the
-// scanner accepts it: an XML version other than 1.0 and 1.1 ("1.2", "1.0-"), a document type
-// named by no qualified name ("a:", ":"). It has the DOM's own code refuse them, on a document of
-// its own, where the DOM parser meets them: SAX2 itself reports no document type declaration
-// that lacks a subset.
-class RefusingReader : public SAX2XMLReaderImpl {
- public:
-  RefusingReader() : SAX2XMLReaderImpl(XMLPlatformUtils::fgMemoryManager) {}
-  ~RefusingReader() override { Release(); }
-  void startDocument() override {
-    Release();
-    SAX2XMLReaderImpl::startDocument();
-  }
-  void XMLDecl(const XMLCh* const pszVersion, const XMLCh* const pszEncoding, const XMLCh* const pszStandalone,
-               const XMLCh* const pszActualEncoding) override {
-    Document()->setXmlVersion(pszVersion);
-    SAX2XMLReaderImpl::XMLDecl(pszVersion, pszEncoding, pszStandalone, pszActualEncoding);
-  }
-  void doctypeDecl(const DTDElementDecl& element, const XMLCh* const pszPublicId, const XMLCh* const pszSystemId,
-                   const bool bHasInternalSubset, const bool bHasExternalSubset) override {
-    Document()->createDocumentType(element.getFullName(), pszPublicId, pszSystemId);
-    SAX2XMLReaderImpl::doctypeDecl(element, pszPublicId, pszSystemId, bHasInternalSubset, bHasExternalSubset);
-  }
-
- private:
-  DOMDocument* Document() {
-    if (m_pDocument == nullptr) m_pDocument = DOMImplementation::getImplementation()->createDocument();
-    return m_pDocument;
-  }
-  void Release() {
-    if (m_pDocument) m_pDocument->release();
-    m_pDocument = nullptr;
-  }
-
-  DOMDocument* m_pDocument = nullptr;
-};
 
 // What the parser drops when it replaces its scanner, which hands the new one all other settings.
 const XMLCh* const kDroppedFeatures[] = {
@@ -77,7 +37,7 @@ bool ScannerIs(SAX2XMLReader& parser, const XMLCh* pszName) {
 
 // The engine's settings are those of the DOM parser, which differ from SAX2's own defaults in
 // namespaces and schema processing.
-StreamParser::StreamParser(DefaultHandler& handler) : m_pParser(new RefusingReader) {
+StreamParser::StreamParser(DefaultHandler& handler) : m_pParser(new GuardedReader) {
   m_pParser->setFeature(XMLUni::fgSAX2CoreNameSpaces, false);
   m_pParser->setFeature(XMLUni::fgSAX2CoreValidation, false);
   m_pParser->setFeature(XMLUni::fgXercesSchema, false);

@@ -11,6 +11,7 @@
 #include "tmx/DomWalk.h"
 #include "tmx/LanguageSet.h"
 #include "tmx/UnitTags.h"
+#include "xml/ExpansionCheck.h"
 
 using namespace xercesc;
 
@@ -52,6 +53,7 @@ void ParseMemFile(XercesDOMParser& parser, CMemFile& file) {
   const UINT nRead = file.Read(buffer.get(), nLength);
   std::unique_ptr<InputSource> source(new (XMLPlatformUtils::fgMemoryManager) MemBufInputSource(
       buffer.get(), nRead, "memTmxFile", false, XMLPlatformUtils::fgMemoryManager));
+  CheckEntityExpansion(parser, *source);
   parser.parse(*source);
 }
 
@@ -66,6 +68,7 @@ bool CTmxParseEngine::SearchTmxForLanguages(CStringArray* pLanguages) {
   if (bHasPath == (m_pMemFile != nullptr)) return false;
   if (bHasPath) {
     LocalFileInputSource source(m_strFilePath.GetString(), XMLPlatformUtils::fgMemoryManager);
+    CheckEntityExpansion(m_parser, source);
     m_parser.parse(source);
   } else {
     ParseMemFile(m_parser, *m_pMemFile);

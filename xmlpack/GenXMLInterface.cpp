@@ -6,6 +6,7 @@
 #include <xercesc/util/XMLException.hpp>
 
 #include "xmlpack/Settings.h"
+#include "xml/ExpansionCheck.h"
 #include "xmlpack/SharedParser.h"
 
 using namespace xercesc;
@@ -77,6 +78,7 @@ int CGenXMLInterface::PreParseForSize(int& nSize) {
   m_pParser->setValidationScheme(g_nValidationScheme.load(std::memory_order_relaxed));
   m_pParser->setDoNamespaces(g_bDoNamespaces);
   LocalFileInputSource source(m_strXmlFile.GetString(), XMLPlatformUtils::fgMemoryManager);
+  CheckEntityExpansion(*m_pParser, source);
   m_pParser->parse(source);
   DOMNode* pDocNode = m_pParser->getDocument();
   if (pDocNode) EvaluateTree(m_nNodeCount, pDocNode);

@@ -8,7 +8,7 @@
 #include <xercesc/dom/DOMDocumentType.hpp>
 #include <xercesc/dom/DOMNamedNodeMap.hpp>
 
-#include "dom/DepthFirstWalk.h"
+#include "xml/DepthFirstWalk.h"
 #include "quillon/GenXMLInterface.h"
 #include "quillon/PackedImage.h"
 #include "xmlpack/ImageText.h"

@@ -7,7 +7,7 @@
 #include <xercesc/dom/DOMDocumentType.hpp>
 #include <xercesc/dom/DOMNamedNodeMap.hpp>
 
-#include "dom/DepthFirstWalk.h"
+#include "xml/DepthFirstWalk.h"
 #include "quillon/GenXMLInterface.h"
 #include "xmlpack/ImageText.h"
 

@@ -115,8 +115,8 @@ def test_safe_settings_refuse_external_entities_unless_turned_off(tmp_path):
                     "<tmx><body>\n<tu><tuv lang='en'><seg>&x;</seg></tuv></tu></body></tmx>")
     with pytest.raises(quillon.ParseError) as error:
         list(quillon.read_units(path))
-    assert error.value.message == ("external entity 'secret.txt' not loaded: safe=True loads nothing external "
-                                   "(safe=False loads it)")
+    assert error.value.message == ("external entity 'secret.txt' not loaded: the safe defaults load nothing "
+                                   "external (safe=False loads it)")
     assert next(quillon.read_units(path, safe=False)).variants[0].segment == "s3cret"
 
 
