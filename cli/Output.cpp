@@ -154,8 +154,16 @@ Output& Output::Text(const CString& str) {
               [](uint64_t) { return true; });
 }
 
-OutputFile::OutputFile(const std::string& path)
-    : m_path(path), m_file(CreateUniqueFile(path + ".quillon-", ".tmp", false, m_temporary)) {
+OutputFile::OutputFile(const std::string& path) : m_path(path) {
+  const OutputTarget target = ResolveOutput(path);
+  m_target = target.path;
+  if (target.bReplace) {
+    m_file = CreateUniqueFile(m_target + ".quillon-", ".tmp", false, m_temporary);
+    if (m_file) CopyMode(m_file, m_target);
+  } else {
+    m_file = OpenFile(m_target, "wb");
+    m_bCommitted = true;  // it is the target itself
+  }
   if (m_file == nullptr) throw OutputError(path, "cannot create the file", errno);
   m_pOut = std::make_unique<Output>(m_file, path);
 }
@@ -174,6 +182,7 @@ void OutputFile::Close() {
 }
 
 void OutputFile::Commit() {
-  if (!RenameFile(m_temporary, m_path)) throw OutputError(m_path, "cannot create the file", errno);
+  if (m_temporary.empty()) return;
+  if (!RenameFile(m_temporary, m_target)) throw OutputError(m_path, "cannot create the file", errno);
   m_bCommitted = true;
 }

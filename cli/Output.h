@@ -57,8 +57,10 @@ class Output {
   size_t m_nUsed = 0;
 };
 
-// A file that a command writes, made beside its target under a temporary name: Commit gives it
-// the target's name once all of it is written, and a file never committed is removed.
+// A file that a command writes. A regular file is made beside its target under a temporary name:
+// Commit gives it the target's name once all of it is written (through a link, the name of the
+// file the link points to), and a file never committed is removed. A device or a pipe is
+// written into directly, and what was written stays.
 class OutputFile {
  public:
   explicit OutputFile(const std::string& path);
@@ -71,7 +73,7 @@ class OutputFile {
   void Commit();
 
  private:
-  std::string m_path, m_temporary;
+  std::string m_path, m_target, m_temporary;  // as the user named it, what it names, what is written
   std::FILE* m_file;
   std::unique_ptr<Output> m_pOut;
   bool m_bCommitted = false;

@@ -58,6 +58,17 @@ bool RenameFile(const std::string& from, const std::string& to) {
 
 void RemoveFile(const std::string& path) { _wremove(Wide(path).c_str()); }
 
+// Links are rare on Windows and the system follows them when it opens a file: only devices
+// (NUL, CON) are told apart.
+OutputTarget ResolveOutput(const std::string& path) {
+  struct _stat64 st;
+  const bool bOther = _wstat64(Wide(path).c_str(), &st) == 0 && (st.st_mode & _S_IFMT) != _S_IFREG;
+  return {path, !bOther};
+}
+
+// Windows keeps access rights in lists, which a new file takes from its folder.
+void CopyMode(std::FILE*, const std::string&) {}
+
 std::optional<uint64_t> RegularFileSize(std::FILE* file) {
   struct _stat64 st;
   if (_fstat64(_fileno(file), &st) != 0 || (st.st_mode & _S_IFMT) != _S_IFREG) return std::nullopt;
@@ -77,6 +88,8 @@ std::string ParserPath(const std::string& path, std::FILE*) { return path; }
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <climits>
+
 #include "quillon/afx.h"
 
 std::vector<std::string> Utf8Arguments(int argc, char** argv) { return {argv, argv + argc}; }
@@ -93,6 +106,27 @@ std::FILE* CreateNewFile(const std::string& path, bool bPrivate) {
 bool RenameFile(const std::string& from, const std::string& to) { return std::rename(from.c_str(), to.c_str()) == 0; }
 
 void RemoveFile(const std::string& path) { std::remove(path.c_str()); }
+
+OutputTarget ResolveOutput(const std::string& path) {
+  std::string target = path;
+  for (int nLinks = 0; nLinks < 40; nLinks++) {  // as many as the system follows
+    struct stat st;
+    if (lstat(target.c_str(), &st) != 0 || S_ISREG(st.st_mode)) return {target, true};
+    if (!S_ISLNK(st.st_mode)) return {target, false};
+    std::string link(static_cast<size_t>(st.st_size > 0 ? st.st_size : PATH_MAX), '\0');
+    const ssize_t nLength = readlink(target.c_str(), link.data(), link.size());
+    if (nLength < 0) break;
+    link.resize(static_cast<size_t>(nLength));
+    const size_t nSlash = target.rfind('/');
+    target = link.front() == '/' || nSlash == std::string::npos ? link : target.substr(0, nSlash + 1) + link;
+  }
+  return {path, false};  // a loop of links: the system says what is wrong when it opens it
+}
+
+void CopyMode(std::FILE* file, const std::string& from) {
+  struct stat st;
+  if (stat(from.c_str(), &st) == 0) fchmod(fileno(file), st.st_mode & 07777);
+}
 
 std::optional<uint64_t> RegularFileSize(std::FILE* file) {
   struct stat st;

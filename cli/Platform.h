@@ -21,6 +21,17 @@ std::FILE* CreateNewFile(const std::string& path, bool bPrivate);
 // A new file named stem + something unique + suffix, whose path goes to path; null (and errno)
 // when none can be made.
 std::FILE* CreateUniqueFile(const std::string& stem, const std::string& suffix, bool bPrivate, std::string& path);
+// Where a command's output named path goes: a regular file, or a name for a new one, links
+// followed to it, is replaced whole (bReplace); anything else (a device, a pipe) is written into
+// as it is, as the shell's > would.
+struct OutputTarget {
+  std::string path;
+  bool bReplace = true;
+};
+OutputTarget ResolveOutput(const std::string& path);
+// Gives the file the access rights of the file named from, when there is one: a file that
+// replaces another keeps what its owner allowed.
+void CopyMode(std::FILE* file, const std::string& from);
 // Gives from the name to, replacing any file there; false when it cannot.
 bool RenameFile(const std::string& from, const std::string& to);
 void RemoveFile(const std::string& path);

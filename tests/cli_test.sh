@@ -195,6 +195,39 @@ if [ -z "${QUILLON_EMULATED:-}" ]; then
     check "odd-name $command" same "$("$quillon" $command "$odd.tmx")" "$("$quillon" $command examples/sample.tmx)"
   done
   check odd-name-pack same "$("$quillon" pack "$odd.xml" | od -c)" "$("$quillon" pack examples/sample.xml | od -c)"
+
+  # -o writes into what it names and leaves it what it was: through a link into its target, into
+  # a device (one of the test's own when it may make one, else the system's null device) and
+  # into a pipe with a reader. moses writes two files, -o naming their common stem.
+  device=/dev/null
+  mknod "$tmp/device" c 1 3 2>/dev/null && device=$tmp/device
+  for run in ".jsonl|.jsonl|export --quiet examples/codes.tmx" ".img|.img|pack examples/sample.xml" \
+             "|.en .de|export --quiet --pair en de --format moses examples/codes.tmx"; do
+    IFS='|' read -r named files args <<<"$run"
+    read -r -a suffixes <<<"$files"
+    mkdir "$tmp/kinds" && (cd "$tmp/kinds" && mkdir made link device pipe)
+    k=$tmp/kinds
+    "$quillon" $args -o "$k/made/out$named" 2>/dev/null
+    for s in "${suffixes[@]}"; do
+      echo old >"$k/link/target$s" && ln -s "target$s" "$k/link/out$s"
+      ln -s "$device" "$k/device/out$s"
+      mkfifo "$k/pipe/out$s" && { timeout 60 cat "$k/pipe/out$s" >"$k/pipe/got$s" & }
+    done
+    for kind in link device pipe; do
+      expect "output-into-$kind $args" 0 '^$' '.*' -- timeout 60 "$quillon" $args -o "$k/$kind/out$named"
+    done
+    wait
+    for s in "${suffixes[@]}"; do
+      check "output-link-stays $args $s" test -L "$k/link/out$s" -a -L "$k/device/out$s"
+      check "output-link-target $args $s" cmp -s "$k/made/out$s" "$k/link/target$s"
+      check "output-pipe-stays $args $s" test -p "$k/pipe/out$s"
+      check "output-pipe-read $args $s" cmp -s "$k/made/out$s" "$k/pipe/got$s"
+    done
+    [ -n "$named" ] && expect "output-into-device-itself $args" 0 '^$' '.*' -- timeout 60 "$quillon" $args -o "$device"
+    check "output-device-stays $args" test -c "$device"
+    check "output-nothing-left $args" same "$(find "$k" -name "*.quillon-*")" ""
+    rm -rf "$k"
+  done
 fi
 
 echo "$passed passed, $failed failed"
