@@ -46,7 +46,10 @@ void WriteSyntheticTmx(std::ostream& out, long nUnits, uint64_t seed) {
     for (uint32_t v = 0; v < nVariants; v++) {
       out << (random.Below(2) ? "<tuv xml:lang=\"" : "<tuv lang=\"") << kLanguages[v] << "\">";
       if (random.Below(8) == 0) out << "<note>" << Sentence(random, 3) << "</note>";
-      out << "<seg>" << Sentence(random, 3 + static_cast<int>(random.Below(8)));
+      out << "<seg>";
+      // Codes as translation tools write them, their native markup escaped: a unit in four.
+      if (unit % 4 == 0) out << "<bpt i=\"1\">&lt;b&gt;</bpt>" << Sentence(random, 1) << "<ept i=\"1\">&lt;/b&gt;</ept> ";
+      out << Sentence(random, 3 + static_cast<int>(random.Below(8)));
       if (random.Below(5) == 0) out << " <ph x=\"1\">{" << Sentence(random, 1) << "}</ph> " << Sentence(random, 2);
       out << "</seg></tuv>";
     }

@@ -5,5 +5,6 @@
 #include <ostream>
 
 // Writes a TMX 1.4 document of nUnits units in several languages, with unit and variant notes,
-// inline markup, comments and whitespace between units. The same seed gives the same bytes.
+// inline codes (escaped markup in a unit in four), comments and whitespace between units. The
+// same seed gives the same bytes.
 void WriteSyntheticTmx(std::ostream& out, long nUnits, uint64_t seed);

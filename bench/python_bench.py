@@ -70,7 +70,7 @@ print(total)
 
 
 def generated(data, units):
-    path = data / f"synthetic-{units}.tmx"
+    path = data / f"memory-{units}.tmx"
     if not path.exists():
         part = path.with_suffix(".part")
         with open(part, "wb") as out:

@@ -78,7 +78,7 @@ std::function<void()> Command(std::vector<std::string> argv) {
 
 std::string GeneratedTmx(const std::string& dir, long nUnits) {
   mkdir(dir.c_str(), 0755);
-  const std::string path = dir + "/synthetic-" + std::to_string(nUnits) + ".tmx";
+  const std::string path = dir + "/memory-" + std::to_string(nUnits) + ".tmx";
   struct stat st;
   if (stat(path.c_str(), &st) != 0) {
     std::ofstream out(path + ".part", std::ios::binary);

@@ -175,6 +175,24 @@ for i in 1 2 3 4 5 6 7 8 9; do laughs+="<!ENTITY a$i \"$(for k in 1 2 3 4 5 6 7 
 printf '%s]><t>&a9;</t>' "$laughs" >"$tmp/laughs.xml"
 expect laughs-languages 1 '^$' "beyond the safe limit.*--allow-external lifts it" -- timeout 120 "$quillon" languages "$tmp/laughs.xml"
 expect laughs-size 1 '^$' "beyond the safe limit.*--allow-external lifts it" -- timeout 120 "$quillon" size "$tmp/laughs.xml"
+# Large memories as tools write them, full of escaped codes, one naming its product through an
+# entity: the safe defaults read them to the end with one parser and with every core.
+for memory in codes entity; do
+  awk -v entity=$([ $memory = entity ] && echo 1 || echo 0) 'BEGIN {
+    product = entity ? "&product;" : "Lumen"
+    if (entity) print "<!DOCTYPE tmx SYSTEM \"tmx14.dtd\" [<!ENTITY product \"Lumen Photo\">]>"
+    print "<tmx version=\"1.4\"><header/><body>"
+    for (i = 0; i < 60000; i++) {
+      code = i % 4 ? "" : "<bpt i=\"1\">&lt;b&gt;</bpt>" product "<ept i=\"1\">&lt;/b&gt;</ept> "
+      printf "<tu tuid=\"%d\"><tuv xml:lang=\"en-US\"><seg>%sSave %s</seg></tuv>", i, code, product
+      printf "<tuv xml:lang=\"de-DE\"><seg>%s%s speichern</seg></tuv></tu>\n", code, product
+    }
+    print "</body></tmx>" }' >"$tmp/large-$memory.tmx"
+  for jobs in "--jobs 1" ""; do
+    expect "large-$memory $jobs" 0 '^$' '^$' -- "$quillon" export $jobs --quiet -o "$tmp/large.jsonl" "$tmp/large-$memory.tmx"
+    check "large-$memory-units $jobs" same "$(wc -l <"$tmp/large.jsonl")" 60000
+  done
+done
 
 # Failed writes and reads are errors, and a position is given only where the parser has one.
 printf '<?xml v\xe2n>' >"$tmp/first-line.tmx"

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <map>
 
 #include <xercesc/dom/DOMException.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
@@ -123,6 +124,116 @@ TEST(HostileInputTest, ExpandingEntitiesAreStoppedByAHostsSecurityManager) {
   EXPECT_THROW(PackXml(doctype + "<tmx>&a9;</tmx>",
                        [&](CGenXMLInterface& x) { x.GetParser()->setSecurityManager(&securityManager); }),
                SAXParseException);
+}
+
+// What each way of reading makes of a document under the safe settings: the engine with both its
+// maps, the packer, and the stream with one parser and in pieces, unit by unit, all at once and
+// for its languages. Each gives the failure (empty when it read to the end) and the units read.
+std::map<std::string, std::pair<std::string, size_t>> ReadEveryWay(const std::string& document) {
+  const CString path(Temp().Write("every-way.tmx", document).c_str());
+  std::map<std::string, std::pair<std::string, size_t>> outcomes;
+  auto& engine = outcomes["engine"];
+  engine.first = FailureOf([&] {
+    CTmxParseEngine tmx(path, nullptr, nullptr);
+    Safety().Apply(&tmx.m_parser);
+    tmx.SearchTmxForLanguages(nullptr);
+    UnitMap multilingual(tmx), bilingual(tmx);
+    tmx.CreateMultilingualDataStructures(*multilingual);
+    tmx.CreateDataStructures(*bilingual);
+    engine.second = static_cast<size_t>(multilingual.pMap->GetCount());
+  });
+  outcomes["packer"].first = FailureOf([&] {
+    CGenXMLInterface xml(path, 0, CString());
+    Safety().Apply(xml.GetParser());
+    int nSize = 0;
+    xml.PreParseForSize(nSize);
+  });
+  for (int nJobs : {1, 2})
+    for (ReadStyle style : kReadStyles) {
+      auto& stream = outcomes["stream, jobs " + std::to_string(nJobs) + ", style " + std::to_string(int(style))];
+      stream.first = FailureOf([&] {
+        CTmxUnitReader reader(CTmxUnitReader::TextMode::Plain);
+        Safety().Apply(reader.GetParser());
+        reader.SetJobs(nJobs, 1 << 16);
+        reader.Open(path);
+        ReadInStyle(reader, style, [&](const CTmxUnitReader&) { stream.second++; });
+      });
+    }
+  outcomes["languages"].first = FailureOf([&] {
+    CTmxUnitReader reader;
+    Safety().Apply(reader.GetParser());
+    reader.Open(path);
+    reader.ReadLanguages(nullptr);
+  });
+  return outcomes;
+}
+
+// A memory as translation tools write it, a unit in four with codes whose content is escaped,
+// with its product named through an entity when the prolog declares one: hundreds of thousands
+// of &lt; and a hundred thousand references, none of them an attack.
+std::string LargeMemory(const std::string& prolog, const std::string& product) {
+  std::string text = prolog + "<tmx version=\"1.4\"><header/><body>\n";
+  for (int i = 0; i < 60000; i++) {
+    const std::string code = i % 4 ? "" : "<bpt i=\"1\">&lt;b&gt;</bpt>" + product + "<ept i=\"1\">&lt;/b&gt;</ept> ";
+    text += "<tu tuid=\"" + std::to_string(i) + "\"><tuv xml:lang=\"en-US\"><seg>" + code + "Save " + product +
+            "</seg></tuv><tuv xml:lang=\"de-DE\"><seg>" + code + product + " speichern</seg></tuv></tu>\n";
+  }
+  return text + "</body></tmx>\n";
+}
+
+TEST(HostileInputTest, SafeSettingsReadLargeMemoriesWithCodesAndEntitiesToTheEnd) {
+  for (const auto& [prolog, product] : {
+           std::pair<std::string, std::string>{"", "Lumen"},
+           {"<!DOCTYPE tmx SYSTEM \"tmx14.dtd\" [<!ENTITY product \"Lumen Photo\">]>\n", "&product;"},
+       })
+    for (const auto& [how, outcome] : ReadEveryWay(LargeMemory(prolog, product))) {
+      EXPECT_EQ(outcome.first, "") << how << prolog;
+      if (how.rfind("stream", 0) == 0 || how == "engine") {
+        EXPECT_EQ(outcome.second, 60000u) << how << prolog;
+      }
+    }
+}
+
+// Documents whose entities expand far beyond their size, each refused at one place by every way
+// of reading, at once and in little memory (a run of any of them without the limit takes
+// minutes and gigabytes): in content, in an attribute, through a declared default, through
+// parameter entities, nested out of order, or without end.
+TEST(HostileInputTest, SafeSettingsRefuseExpansionBeyondTheLimitAlikeOnEveryPath) {
+  const auto document = [](const std::string& declarations, const std::string& unit) {
+    return "<!DOCTYPE tmx [" + declarations + "]>\n<tmx version=\"1.4\"><header/><body>\n" + unit + "</body></tmx>";
+  };
+  const auto repeated = [](const std::string& text, int n) {
+    std::string all;
+    for (int i = 0; i < n; i++) all += text;
+    return all;
+  };
+  std::string laughs = "<!ENTITY a0 \"lol\">", emptyLaughs = "<!ENTITY a0 \"\">", parameterLaughs;
+  for (int i = 1; i < 10; i++) {
+    const std::string name = "a" + std::to_string(i), previous = "a" + std::to_string(i - 1);
+    laughs += "<!ENTITY " + name + " \"" + repeated("&" + previous + ";", 10) + "\">";
+    emptyLaughs += "<!ENTITY " + name + " \"" + repeated("&" + previous + ";", 10) + "\">";
+    parameterLaughs = "<!ENTITY % p" + std::to_string(i) + " \"" + repeated("&#37;p" + std::to_string(i - 1) + ";", 10) +
+                      "\">" + parameterLaughs;  // each declared before what it refers to
+  }
+  const std::string big = "<!ENTITY big \"" + std::string(50000, 'x') + "\">";
+  const std::string unit = "<tu><tuv xml:lang=\"en\"><seg>s</seg></tuv></tu>\n";
+  const std::string cases[] = {
+      document(laughs, "<tu><tuv xml:lang=\"en\"><seg>&a9;</seg></tuv></tu>"),
+      document(emptyLaughs, "<tu tuid=\"&a9;\"/>"),
+      document(big, "<tu><tuv xml:lang=\"en\"><seg>" + repeated("&big;", 40000) + "</seg></tuv></tu>"),
+      document(big, "<tu tuid=\"" + repeated("&big;", 40000) + "\"/>"),
+      document(big, repeated("<tu tuid=\"&big;&big;\"/>\n", 2000)),
+      document(big + "<!ATTLIST tu x CDATA \"&big;\">", repeated(unit, 2000)),
+      document(parameterLaughs + "<!ENTITY % p0 \"<!-- lol -->\">%p9;", unit),
+      document("<!ENTITY % p \"<!--" + std::string(100000, 'x') + "-->\">" + repeated("%p;", 3000), unit),
+      document("<!ENTITY a \"&b;\"><!ENTITY b \"&a;\">", unit),
+  };
+  for (const std::string& hostile : cases) {
+    const auto outcomes = ReadEveryWay(hostile);
+    const std::string& refusal = outcomes.begin()->second.first;
+    EXPECT_NE(refusal.find("beyond the safe limit"), std::string::npos) << refusal;
+    for (const auto& [how, outcome] : outcomes) EXPECT_EQ(outcome.first, refusal) << how;
+  }
 }
 
 TEST(HostileInputTest, ExternalEntitiesFollowTheParserSettings) {

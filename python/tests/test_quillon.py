@@ -120,6 +120,27 @@ def test_safe_settings_refuse_external_entities_unless_turned_off(tmp_path):
     assert next(quillon.read_units(path, safe=False)).variants[0].segment == "s3cret"
 
 
+@pytest.mark.parametrize("product", ["Lumen", "&product;"])
+def test_safe_settings_read_a_large_memory_full_of_codes_to_the_end(tmp_path, product):
+    # Far more &lt; than a count of expansions allows, and a product named through an entity.
+    prolog = '<!DOCTYPE tmx [<!ENTITY product "Lumen Photo">]>' if product.startswith("&") else ""
+    code = f'<bpt i="1">&lt;b&gt;</bpt>{product}<ept i="1">&lt;/b&gt;</ept> '
+    path = tmp_path / "large.tmx"
+    path.write_text(prolog + "<tmx><body>\n" + "".join(
+        f'<tu><tuv xml:lang="en"><seg>{code if i % 4 == 0 else ""}Save {product}</seg></tuv></tu>\n'
+        for i in range(60000)) + "</body></tmx>")
+    for jobs in (1, None):
+        assert sum(1 for _ in quillon.read_units(path, jobs=jobs)) == 60000
+
+
+def test_safe_settings_refuse_a_quadratic_blowup():
+    document = (b'<!DOCTYPE tmx [<!ENTITY big "' + b"x" * 50000 + b'">]><tmx><body><tu><tuv xml:lang="en"><seg>'
+                + b"&big;" * 40000 + b"</seg></tuv></tu></body></tmx>")
+    for jobs in (1, None):
+        with pytest.raises(quillon.ParseError, match=r"beyond the safe limit.*\(safe=False lifts it\)$"):
+            list(quillon.read_units(document, jobs=jobs))
+
+
 def test_other_threads_run_while_the_parser_works():
     # Four million comments before the one unit: a single long step of the parser. The counting
     # thread must run in the middle of that step, not only before and after it.
