@@ -1,0 +1,119 @@
+#include "tmx/rules/UnitRules.h"
+
+#include <algorithm>
+#include <functional>
+
+#include <xercesc/util/XMLString.hpp>
+
+#include "quillon/TmxPairs.h"
+#include "resources/resource.h"
+
+using xercesc::DOMNode;
+
+namespace {
+
+// Names are compared ignoring the case of ASCII letters only, as the class library's
+// CompareNoCase compares them, on parser strings as they are: no string is made per node.
+bool NameIs(LPCTSTR pszName, LPCTSTR pszWanted) { return _tcsicmp(pszName, pszWanted) == 0; }
+
+bool IsLanguageAttribute(LPCTSTR pszName) { return NameIs(pszName, _T("lang")) || NameIs(pszName, _T("xml:lang")); }
+
+}  // namespace
+
+void VariantLanguage::Consider(LPCTSTR pszName, LPCTSTR pszValue) {
+  if (IsLanguageAttribute(pszName) && (m_pszName == nullptr || TextView(pszName) > TextView(m_pszName))) {
+    m_pszName = pszName;
+    m_pszValue = pszValue;
+  }
+}
+
+UnitRules::UnitRules(UnitSink& sink, int& nKeyCounter, const CString* pFirstLanguage, const CString* pSecondLanguage,
+                     bool bRanges)
+    : m_sink(sink),
+      m_nKey(nKeyCounter),
+      m_pFirstLanguage(pFirstLanguage),
+      m_pSecondLanguage(pSecondLanguage),
+      m_bRanges(bRanges) {
+  m_nKey = -1;
+}
+
+bool UnitRules::IsBody(LPCTSTR pszTagName, int nDepth) const {
+  if (IsBilingual()) return xercesc::XMLString::equals(pszTagName, _T("body"));
+  return nDepth == 2 && NameIs(pszTagName, _T("body"));
+}
+
+bool UnitRules::LeftOutWhenFirst(short nNodeType) {
+  switch (nNodeType) {
+    case DOMNode::TEXT_NODE:
+    case DOMNode::CDATA_SECTION_NODE:
+    case DOMNode::COMMENT_NODE:
+    case DOMNode::PROCESSING_INSTRUCTION_NODE:
+      return true;
+    default:  // a body written without whitespace before its first unit keeps that unit
+      return false;
+  }
+}
+
+// Bilingual keys count every node of the chain, so whitespace and comments between units use up
+// keys too; multilingual keys count tu elements only.
+bool UnitRules::ChainNode(short nNodeType, LPCTSTR pszNodeName) {
+  if (IsBilingual()) ++m_nKey;
+  if (nNodeType != DOMNode::ELEMENT_NODE || !NameIs(pszNodeName, _T("tu"))) return false;
+  if (!IsBilingual()) ++m_nKey;
+  return true;
+}
+
+UnitRules::Role UnitRules::UnitChild(LPCTSTR pszNodeName) {
+  if (NameIs(pszNodeName, _T("note"))) return Role::kNote;
+  return NameIs(pszNodeName, _T("tuv")) ? Role::kVariant : Role::kOther;
+}
+
+UnitRules::Role UnitRules::VariantChild(LPCTSTR pszNodeName) {
+  if (NameIs(pszNodeName, _T("note"))) return Role::kNote;
+  return NameIs(pszNodeName, _T("seg")) ? Role::kSegment : Role::kOther;
+}
+
+bool UnitRules::IsUnitId(LPCTSTR pszAttributeName) { return NameIs(pszAttributeName, _T("tuid")); }
+
+void UnitRules::BeginVariant(TextView language) {
+  m_language = language;
+  m_strOwnNote.Empty();
+}
+
+// The bilingual rules match language codes whole, ignoring ASCII case; without a language
+// attribute a variant matches only an empty language field. Ranges match as basic filtering does.
+bool UnitRules::KeepsVariant() const {
+  if (m_pFirstLanguage == nullptr) return true;
+  LPCTSTR pszLanguage = m_language.empty() ? _T("") : m_language.data();
+  if (m_bRanges)
+    return LanguageRangeMatches(*m_pFirstLanguage, pszLanguage) || LanguageRangeMatches(*m_pSecondLanguage, pszLanguage);
+  return m_pSecondLanguage->CompareNoCase(pszLanguage) == 0 || m_pFirstLanguage->CompareNoCase(pszLanguage) == 0;
+}
+
+void UnitRules::TakeNote(TextView text, CString& strNote) {
+  if (!text.empty()) strNote.SetString(text.data(), static_cast<int>(text.size()));
+}
+
+// The last child value becomes the text, unless the whole text content holds it and more: plain
+// text gives itself, mixed content everything its inline elements hold too. A text or CDATA
+// child is part of the content by construction; a comment or PI has to be looked for, in linear
+// time, since both may be megabytes long.
+bool UnitRules::ContentHoldsMore(TextView content, TextView value, bool bValueIsContent) {
+  if (content.size() <= value.size()) return false;
+  return bValueIsContent ||
+         std::search(content.begin(), content.end(), std::boyer_moore_searcher(value.begin(), value.end())) !=
+             content.end();
+}
+
+// The unit note, two line feeds, then the variant's own note; the merged text is the own note
+// that a later seg of the same variant starts from.
+void UnitRules::File(TextView segment) {
+  if (m_strOwnNote.IsEmpty()) {
+    m_strOwnNote = m_strUnitNote;
+  } else if (!m_strUnitNote.IsEmpty()) {
+    CString merged;
+    merged.Format(IDS_NOTE_MERGE, m_strUnitNote.GetString(), m_strOwnNote.GetString());
+    m_strOwnNote = std::move(merged);
+  }
+  m_sink.FileVariant(m_nKey, m_language, segment, m_strOwnNote);
+}
