@@ -152,8 +152,9 @@ void CheckPairOptions(const ExportOptions& options) {
   if (options.pair.empty() || (options.format == "moses" && options.output.empty()))
     throw CLI::ValidationError(format, options.format == "moses" ? "needs --pair FIRST SECOND and -o PREFIX"
                                                                  : "needs --pair FIRST SECOND");
-  if (options.Range(0).CompareNoCase(options.Range(1)) == 0)
-    throw CLI::ValidationError(format, "needs two different languages, not " + options.pair[0] + " twice");
+  if (!CTmxPairSelector::CanPair(options.Range(0), options.Range(1), options.text))
+    throw CLI::ValidationError(format, "needs two languages that do not overlap, not " + options.pair[0] + " and " +
+                                           options.pair[1]);
   if (options.format != "moses") return;
   for (const std::string& language : options.pair)
     if (!CanEndFileName(language))

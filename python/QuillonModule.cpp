@@ -358,8 +358,14 @@ class PairIterator : public Read {
  private:
   PairIterator(py::handle source, const CString& first, const CString& second, TextMode mode, bool bDedupe, bool bSafe,
                const py::object& jobs)
-      : Read(source, std::make_unique<CTmxUnitReader>(first, second, mode), bSafe, jobs),
-        m_pairs(first, second, mode, bDedupe) {}
+      : Read(source, PairReader(first, second, mode), bSafe, jobs), m_pairs(first, second, mode, bDedupe) {}
+
+  static std::unique_ptr<CTmxUnitReader> PairReader(const CString& first, const CString& second, TextMode mode) {
+    if (!CTmxPairSelector::CanPair(first, second, mode))
+      throw py::value_error("first and second must be two languages that do not overlap, not '" +
+                            CW2A(first).str() + "' and '" + CW2A(second).str() + "'");
+    return std::make_unique<CTmxUnitReader>(first, second, mode);
+  }
 
   CTmxPairSelector m_pairs;
 };

@@ -82,7 +82,11 @@ for jobs in "--jobs 1" "--jobs 3 --piece-size 1"; do
   check moses-files same "$(cat "$tmp/par.EN")|$(cat "$tmp/par.de")" "a b c|x"
   expect export-moses-quiet 0 '^$' '^$' -- "$quillon" export $jobs --format moses --pair EN de --quiet -o "$tmp/par" "$tmp/par.tmx"
   expect export-moses-needs-pair 2 '^$' 'needs --pair' -- "$quillon" export $jobs --format moses -o "$tmp/p" examples/sample.tmx
-  expect export-moses-one-language 2 '^$' 'needs two different languages' -- "$quillon" export $jobs --format moses --pair en-US EN-us -o "$tmp/p" examples/sample.tmx
+  for pair in "en-US EN-us" "en_us EN-US" "en en-US" "* de"; do
+    expect "export-pairs-overlap $pair" 2 '^$' "needs two languages that do not overlap, not [^ ]+ and " \
+      -- "$quillon" export $jobs --format pairs --pair $pair examples/sample.tmx
+  done
+  expect export-moses-one-language 2 '^$' 'do not overlap' -- "$quillon" export $jobs --format moses --pair en-US EN-us -o "$tmp/p" examples/sample.tmx
   for language in ../x a/b; do
     expect "export-moses-language-$language" 2 '^$' "'$language' cannot end a file name" \
       -- "$quillon" export $jobs --format moses --pair en "$language" -o "$tmp/p" examples/sample.tmx

@@ -114,6 +114,33 @@ TEST(LanguageRangeTest, BasicFilteringIgnoresCaseAndReadsUnderscoresAsHyphens) {
     EXPECT_EQ(LanguageRangeMatches(c.range, c.code), c.matches) << Utf8(c.range) << " / " << Utf8(c.code);
 }
 
+// Ranges that overlap would give one variant's text on both sides of a pair: they make no pairs,
+// and a selector given them all the same never takes one variant twice.
+TEST(LanguageRangeTest, RangesThatOverlapCannotMakePairs) {
+  const struct {
+    LPCTSTR first, second;
+    BOOL overlap;
+  } cases[] = {
+      {_T("en"), _T("en-US"), TRUE}, {_T("en-US"), _T("en"), TRUE}, {_T("*"), _T("de"), TRUE},
+      {_T("en_us"), _T("EN-US"), TRUE}, {_T(""), _T(""), TRUE},      {_T("en"), _T("de"), FALSE},
+      {_T("en"), _T("eng"), FALSE},     {_T("en"), _T(""), FALSE},   {_T("en-US"), _T("en-GB"), FALSE},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(LanguageRangesOverlap(c.first, c.second), c.overlap) << Utf8(c.first) << " / " << Utf8(c.second);
+    EXPECT_EQ(CTmxPairSelector::CanPair(c.first, c.second, TextMode::Plain), !c.overlap) << Utf8(c.first);
+  }
+  // Engine text matches codes whole, ignoring case only.
+  EXPECT_TRUE(CTmxPairSelector::CanPair(_T("en"), _T("en-US"), TextMode::Engine));
+  EXPECT_FALSE(CTmxPairSelector::CanPair(_T("en-us"), _T("EN-US"), TextMode::Engine));
+  MemoryTmx source(Tmx("<tu><tuv lang='en-US'><seg>alone</seg></tuv></tu>"));
+  const CString en(_T("en")), enUS(_T("en-US"));
+  CTmxUnitReader reader(en, enUS, TextMode::Plain);
+  CTmxPairSelector pairs(en, enUS, TextMode::Plain);
+  reader.Open(&source.file);
+  ASSERT_TRUE(reader.ReadNextUnit());
+  EXPECT_FALSE(pairs.Select(reader));
+}
+
 TEST(PairSelectorTest, OneSegmentPerRangeWhitespaceMadePlainRepeatsDropped) {
   const std::string tmx = Tmx(
       // the exact code first, though a longer one comes earlier; empty segments passed over

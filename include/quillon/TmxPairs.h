@@ -20,6 +20,10 @@
 // matches every code. "en" matches en, en-US and EN_gb; "en-US" matches en-us but not en. An
 // empty range matches only an empty code (a variant without a language). Null reads as empty.
 AFX_EXT_API BOOL LanguageRangeMatches(LPCTSTR pszRange, LPCTSTR pszCode);
+// Whether some code matches both ranges: "en" and "en-US" overlap, so do "*" and any range, and
+// two ranges equal once case and '_' are set aside; "en" and "de" do not. Ranges that overlap
+// would take one variant's text for both sides of a pair.
+AFX_EXT_API BOOL LanguageRangesOverlap(LPCTSTR pszFirst, LPCTSTR pszSecond);
 
 // Makes every run of whitespace (space, tab, line feed, carriage return, vertical tab, form feed,
 // U+0085, U+2028, U+2029; not the no-break space) one space, and trims the text.
@@ -34,13 +38,18 @@ class AFX_EXT_CLASS CTmxPairSelector {
                    BOOL bDedupe = FALSE);
   ~CTmxPairSelector();
   CTmxPairSelector(const CTmxPairSelector&) = delete;
+
+  // Whether two ranges make pairs in the text mode: ranges that overlap (engine text: codes
+  // equal ignoring case) would give one variant's text, or nothing, where a pair needs two.
+  static BOOL CanPair(const CString& strFirstRange, const CString& strSecondRange, CTmxUnitReader::TextMode mode);
   CTmxPairSelector& operator=(const CTmxPairSelector&) = delete;
 
   // Takes the unit the reader shows. For each range, its segment is the first one, in document
   // order, that is not empty once CollapseWhitespace has made it plain: among the variants whose
   // language equals the range (ignoring case, '_' as '-'), else among those the range matches.
-  // TRUE when both ranges have one (and, deduplicating, the pair is new): then GetFirst and
-  // GetSecond hold them until the next call. Engine text keeps what export has always written:
+  // The second range never takes the variant the first took. TRUE when both ranges have one
+  // (and, deduplicating, the pair is new): then GetFirst and GetSecond hold them until the next
+  // call. Engine text keeps what export has always written:
   // variants whose language equals the range ignoring case, each line break (CR LF as one) and
   // tab made a space, spaces trimmed.
   BOOL Select(const CTmxUnitReader& reader);
@@ -55,8 +64,9 @@ class AFX_EXT_CLASS CTmxPairSelector {
 
  private:
   class Fingerprints;
-  BOOL FindSegment(const CTmxUnitReader& reader, const CString& strRange, CString& segment) const;
-  BOOL FindSegment(const CTmxUnitReader& reader, const CString& strRange, bool bSameCode, CString& segment) const;
+  INT_PTR FindSegment(const CTmxUnitReader& reader, const CString& strRange, INT_PTR nTaken, CString& segment) const;
+  INT_PTR FindSegment(const CTmxUnitReader& reader, const CString& strRange, bool bSameCode, INT_PTR nTaken,
+                      CString& segment) const;
 
   CString m_strFirstRange, m_strSecondRange;
   bool m_bEngine;

@@ -189,7 +189,9 @@ def test_a_pair_is_two_language_codes(pair, error):
     (lambda: quillon.read_units(FIXTURES[0], text="html"), ValueError, "text must be 'plain', 'markup' or 'engine', not 'html'"),
     (lambda: quillon.read_units(FIXTURES[0], text=None), TypeError, "text must be"),
     (lambda: quillon.read_pairs(FIXTURES[0], "en", 2), TypeError, "second must be a language code"),
-    (lambda: quillon.read_pairs(FIXTURES[0], "en", "de", text="raw"), ValueError, "text must be")])
+    (lambda: quillon.read_pairs(FIXTURES[0], "en", "de", text="raw"), ValueError, "text must be"),
+    (lambda: quillon.read_pairs(FIXTURES[0], "*", "de"), ValueError, "do not overlap, not '\\*' and 'de'"),
+    (lambda: quillon.read_pairs(FIXTURES[0], "en", "en_US"), ValueError, "do not overlap")])
 def test_bad_arguments_say_which(call, error, message):
     with pytest.raises(error, match=message):
         call()

@@ -7,26 +7,9 @@
 #define XXH_INLINE_ALL
 #include <xxhash.h>
 
+#include "tmx/rules/LanguageCodes.h"
+
 namespace {
-
-// A code unit as basic filtering compares it.
-TCHAR FoldCode(TCHAR ch) {
-  if (ch == '_') return '-';
-  return ch >= 'A' && ch <= 'Z' ? static_cast<TCHAR>(ch - 'A' + 'a') : ch;
-}
-
-// The length of the range when the code begins with it, else -1.
-int PrefixLength(LPCTSTR pszRange, LPCTSTR pszCode) {
-  int i = 0;
-  for (; pszRange[i]; i++)
-    if (FoldCode(pszRange[i]) != FoldCode(pszCode[i])) return -1;
-  return i;
-}
-
-bool SameCode(LPCTSTR pszRange, LPCTSTR pszCode) {
-  const int n = PrefixLength(pszRange, pszCode);
-  return n >= 0 && pszCode[n] == 0;
-}
 
 bool IsWhitespace(TCHAR ch) {
   switch (ch) {
@@ -69,11 +52,11 @@ void MakeBreaksSpaces(CString& text) {
 }  // namespace
 
 BOOL LanguageRangeMatches(LPCTSTR pszRange, LPCTSTR pszCode) {
-  if (pszRange == nullptr) pszRange = _T("");
-  if (pszCode == nullptr) pszCode = _T("");
-  if (pszRange[0] == '*' && pszRange[1] == 0) return TRUE;
-  const int n = PrefixLength(pszRange, pszCode);
-  return n >= 0 && (pszCode[n] == 0 || (n > 0 && FoldCode(pszCode[n]) == '-'));
+  return RangeMatches(pszRange ? pszRange : _T(""), pszCode ? pszCode : _T(""));
+}
+
+BOOL LanguageRangesOverlap(LPCTSTR pszFirst, LPCTSTR pszSecond) {
+  return RangesOverlap(pszFirst ? pszFirst : _T(""), pszSecond ? pszSecond : _T(""));
 }
 
 void CollapseWhitespace(CString& text) {
@@ -142,8 +125,15 @@ CTmxPairSelector::CTmxPairSelector(const CString& strFirstRange, const CString& 
 
 CTmxPairSelector::~CTmxPairSelector() = default;
 
+BOOL CTmxPairSelector::CanPair(const CString& strFirstRange, const CString& strSecondRange,
+                               CTmxUnitReader::TextMode mode) {
+  if (mode == CTmxUnitReader::TextMode::Engine) return !SameCodeIgnoringCase(strFirstRange, strSecondRange);
+  return !RangesOverlap(strFirstRange, strSecondRange);
+}
+
 BOOL CTmxPairSelector::Select(const CTmxUnitReader& reader) {
-  if (!FindSegment(reader, m_strFirstRange, m_strFirst) || !FindSegment(reader, m_strSecondRange, m_strSecond)) {
+  const INT_PTR nFirst = FindSegment(reader, m_strFirstRange, -1, m_strFirst);
+  if (nFirst < 0 || FindSegment(reader, m_strSecondRange, nFirst, m_strSecond) < 0) {
     m_nSkipped++;
     return FALSE;
   }
@@ -155,21 +145,24 @@ BOOL CTmxPairSelector::Select(const CTmxUnitReader& reader) {
   return TRUE;
 }
 
-BOOL CTmxPairSelector::FindSegment(const CTmxUnitReader& reader, const CString& strRange, CString& segment) const {
-  return FindSegment(reader, strRange, true, segment) || (!m_bEngine && FindSegment(reader, strRange, false, segment));
+// The variant whose segment was taken, or -1; nTaken, the other range's, is never taken twice.
+INT_PTR CTmxPairSelector::FindSegment(const CTmxUnitReader& reader, const CString& strRange, INT_PTR nTaken,
+                                      CString& segment) const {
+  const INT_PTR nFound = FindSegment(reader, strRange, true, nTaken, segment);
+  return nFound >= 0 || m_bEngine ? nFound : FindSegment(reader, strRange, false, nTaken, segment);
 }
 
-BOOL CTmxPairSelector::FindSegment(const CTmxUnitReader& reader, const CString& strRange, bool bSameCode,
-                                   CString& segment) const {
+INT_PTR CTmxPairSelector::FindSegment(const CTmxUnitReader& reader, const CString& strRange, bool bSameCode,
+                                      INT_PTR nTaken, CString& segment) const {
   for (INT_PTR i = 0; i < reader.GetVariantCount(); i++) {
     const CTmxTUV& variant = reader.GetVariant(i);
-    const bool bInRange = m_bEngine   ? strRange.CompareNoCase(variant.m_strLanguage) == 0
+    const bool bInRange = m_bEngine   ? SameCodeIgnoringCase(strRange, variant.m_strLanguage)
                           : bSameCode ? SameCode(strRange, variant.m_strLanguage)
-                                      : LanguageRangeMatches(strRange, variant.m_strLanguage);
-    if (!bInRange) continue;
+                                      : RangeMatches(strRange, variant.m_strLanguage);
+    if (!bInRange || i == nTaken) continue;
     segment = variant.m_strSegment;
     m_bEngine ? MakeBreaksSpaces(segment) : CollapseWhitespace(segment);
-    if (!segment.IsEmpty()) return TRUE;
+    if (!segment.IsEmpty()) return i;
   }
-  return FALSE;
+  return -1;
 }

@@ -5,8 +5,8 @@
 
 #include <xercesc/util/XMLString.hpp>
 
-#include "quillon/TmxPairs.h"
 #include "resources/resource.h"
+#include "tmx/rules/LanguageCodes.h"
 
 using xercesc::DOMNode;
 
@@ -85,9 +85,8 @@ void UnitRules::BeginVariant(TextView language) {
 bool UnitRules::KeepsVariant() const {
   if (m_pFirstLanguage == nullptr) return true;
   LPCTSTR pszLanguage = m_language.empty() ? _T("") : m_language.data();
-  if (m_bRanges)
-    return LanguageRangeMatches(*m_pFirstLanguage, pszLanguage) || LanguageRangeMatches(*m_pSecondLanguage, pszLanguage);
-  return m_pSecondLanguage->CompareNoCase(pszLanguage) == 0 || m_pFirstLanguage->CompareNoCase(pszLanguage) == 0;
+  if (m_bRanges) return RangeMatches(*m_pFirstLanguage, pszLanguage) || RangeMatches(*m_pSecondLanguage, pszLanguage);
+  return SameCodeIgnoringCase(*m_pSecondLanguage, pszLanguage) || SameCodeIgnoringCase(*m_pFirstLanguage, pszLanguage);
 }
 
 void UnitRules::TakeNote(TextView text, CString& strNote) {
