@@ -83,8 +83,9 @@ for jobs in "--jobs 1" "--jobs 3 --piece-size 1"; do
   expect export-moses-quiet 0 '^$' '^$' -- "$quillon" export $jobs --format moses --pair EN de --quiet -o "$tmp/par" "$tmp/par.tmx"
   expect export-moses-needs-pair 2 '^$' 'needs --pair' -- "$quillon" export $jobs --format moses -o "$tmp/p" examples/sample.tmx
   for pair in "en-US EN-us" "en_us EN-US" "en en-US" "* de"; do
+    read -r first second <<<"$pair"
     expect "export-pairs-overlap $pair" 2 '^$' "needs two languages that do not overlap, not [^ ]+ and " \
-      -- "$quillon" export $jobs --format pairs --pair $pair examples/sample.tmx
+      -- "$quillon" export $jobs --format pairs --pair "$first" "$second" examples/sample.tmx
   done
   expect export-moses-one-language 2 '^$' 'do not overlap' -- "$quillon" export $jobs --format moses --pair en-US EN-us -o "$tmp/p" examples/sample.tmx
   for language in ../x a/b; do
