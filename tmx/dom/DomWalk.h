@@ -4,9 +4,9 @@
 
 #include <xercesc/dom/DOMNode.hpp>
 
-#include "xml/DepthFirstWalk.h"
 #include "quillon/afx.h"
 #include "tmx/rules/UnitRules.h"
+#include "xml/DepthFirstWalk.h"
 
 // An attribute's value. A plain value is its one text child, read directly: the attribute's own
 // getter pays a dynamic cast on every call.

@@ -7,10 +7,10 @@
 #include <xercesc/framework/LocalFileInputSource.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
 
-#include "tmx/parsing/DOMTreeErrorReporter.h"
 #include "tmx/dom/DomWalk.h"
-#include "tmx/rules/LanguageSet.h"
 #include "tmx/dom/UnitTags.h"
+#include "tmx/parsing/DOMTreeErrorReporter.h"
+#include "tmx/rules/LanguageSet.h"
 #include "xml/ExpansionCheck.h"
 
 using namespace xercesc;

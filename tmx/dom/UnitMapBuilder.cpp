@@ -7,8 +7,9 @@
 
 #include "quillon/TmxParseEngine.h"
 #include "tmx/dom/DomWalk.h"
-#include "tmx/rules/UnitRules.h"
 #include "tmx/dom/UnitTags.h"
+#include "tmx/rules/UnitRules.h"
+#include "tmx/rules/VariantLanguage.h"
 
 using namespace xercesc;
 

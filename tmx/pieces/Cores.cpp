@@ -1,3 +1,5 @@
+#include "tmx/pieces/Cores.h"
+
 // Kept apart from the class library's headers: the platform's declare the Windows types
 // differently.
 #ifdef _WIN32
@@ -9,7 +11,6 @@
 #include <bitset>
 #include <thread>
 
-// The cores this process may run on: its affinity, which a container or `taskset` narrows.
 int AvailableCores() {
 #ifdef _WIN32
   DWORD_PTR nProcess = 0, nSystem = 0;

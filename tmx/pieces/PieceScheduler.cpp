@@ -34,7 +34,7 @@ class FailedStream : public BinInputStream {
 
 // A forced encoding is not one the cutter reads; an input that does not open is the host
 // parser's to report.
-PieceRead::PieceRead(const UnitReading& reading, StreamParser& host, const InputSource& input, int nJobs,
+PieceScheduler::PieceScheduler(const UnitReading& reading, StreamParser& host, const InputSource& input, int nJobs,
                      size_t nPieceBytes)
     : m_reading(reading),
       m_host(host),
@@ -51,9 +51,9 @@ PieceRead::PieceRead(const UnitReading& reading, StreamParser& host, const Input
   }
 }
 
-PieceRead::~PieceRead() { StopWorkers(); }
+PieceScheduler::~PieceScheduler() { StopWorkers(); }
 
-bool PieceRead::Next() {
+bool PieceScheduler::Next() {
   for (;;) {
     if (m_pCurrent && m_nNext < Store().GetCount()) {
       m_nNext++;
@@ -81,14 +81,14 @@ bool PieceRead::Next() {
   }
 }
 
-void PieceRead::Stop() {
+void PieceScheduler::Stop() {
   if (m_pCurrent) Retire();
   if (m_pRest == nullptr) GoOnFrom(!m_inFlight.empty());
 }
 
 // Cuts what the workers may read ahead: two pieces a job. Nothing is taken before the input has
 // given what one parser looks at first, where a failing input fails before any unit.
-void PieceRead::Feed() {
+void PieceScheduler::Feed() {
   while (m_bCutting && m_nRead < kPreviewBytes && !m_readError && ReadMore()) {
   }
   while (m_bCutting && m_inFlight.size() < 2 * m_nJobs) {
@@ -100,7 +100,7 @@ void PieceRead::Feed() {
   }
 }
 
-bool PieceRead::ReadMore() {
+bool PieceScheduler::ReadMore() {
   if (m_buffer.size() < m_nFilled + kReadBytes) m_buffer.resize(m_nFilled + kReadBytes);
   try {
     const XMLSize_t nRead = m_pStream->readBytes(reinterpret_cast<XMLByte*>(m_buffer.data() + m_nFilled), kReadBytes);
@@ -115,11 +115,11 @@ bool PieceRead::ReadMore() {
 
 // The frame, read with nothing in body, must read as a document, and the positions its parser
 // gives must add up: body's content then begins and ends at one place.
-bool PieceRead::FrameReads() {
+bool PieceScheduler::FrameReads() {
   m_bFrameChecked = true;
   m_frame.prefix = m_cutter.Prefix();
   m_frame.suffix = m_cutter.Suffix();
-  m_readers.push_back(std::make_unique<PieceReader>(m_reading, m_host));
+  m_readers.push_back(std::make_unique<PieceParser>(m_reading, m_host));
   Piece empty;
   m_readers.front()->Read(empty, m_frame);
   m_frameEnd = empty.start;
@@ -127,7 +127,7 @@ bool PieceRead::FrameReads() {
 }
 
 // The bytes before the cut become a piece; those after it stay for the next.
-void PieceRead::Submit(size_t nCut) {
+void PieceScheduler::Submit(size_t nCut) {
   std::unique_ptr<Slot> pSlot;
   if (m_free.empty()) {
     pSlot = std::make_unique<Slot>();
@@ -146,8 +146,8 @@ void PieceRead::Submit(size_t nCut) {
   m_cutter.Cut(nCut);
   pSlot->bDone = false;
   // Parsers are made here, where the host's settings are read.
-  while (m_readers.size() < m_nJobs) m_readers.push_back(std::make_unique<PieceReader>(m_reading, m_host));
-  while (m_workers.size() < m_nJobs) m_workers.emplace_back(&PieceRead::Work, this, std::ref(*m_readers[m_workers.size()]));
+  while (m_readers.size() < m_nJobs) m_readers.push_back(std::make_unique<PieceParser>(m_reading, m_host));
+  while (m_workers.size() < m_nJobs) m_workers.emplace_back(&PieceScheduler::Work, this, std::ref(*m_readers[m_workers.size()]));
   {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_queue.push_back(pSlot.get());
@@ -157,7 +157,7 @@ void PieceRead::Submit(size_t nCut) {
 }
 
 // The piece's units are all taken: the next piece's keys and positions follow on from its.
-void PieceRead::Retire() {
+void PieceScheduler::Retire() {
   const Piece& piece = m_pCurrent->piece;
   m_nKeysBefore += piece.nUnitsMet;
   m_origin = {m_origin.ToDocument(piece.end), m_frameEnd};
@@ -166,7 +166,7 @@ void PieceRead::Retire() {
 
 // The rest: the frame's start (unless the rest begins with the document), the pieces not taken,
 // the bytes not cut, then the input's own rest.
-void PieceRead::GoOnFrom(bool bFromPieces) {
+void PieceScheduler::GoOnFrom(bool bFromPieces) {
   StopWorkers();
   m_queue.clear();
   m_pParts = std::make_unique<CPartsInputSource>(m_input);
@@ -183,7 +183,7 @@ void PieceRead::GoOnFrom(bool bFromPieces) {
   m_pRest = m_pParts.get();
 }
 
-void PieceRead::Work(PieceReader& reader) {
+void PieceScheduler::Work(PieceParser& reader) {
   for (;;) {
     Slot* pSlot;
     {
@@ -202,7 +202,7 @@ void PieceRead::Work(PieceReader& reader) {
   }
 }
 
-void PieceRead::StopWorkers() {
+void PieceScheduler::StopWorkers() {
   {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_bStop = true;

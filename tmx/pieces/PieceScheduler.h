@@ -1,5 +1,5 @@
 // A read of the units in pieces. The host's thread reads the input and cuts it where BodyCutter
-// says; worker threads read the pieces side by side, each with a PieceReader; the host's thread
+// says; worker threads read the pieces side by side, each with a PieceParser; the host's thread
 // takes their units in document order. The pieces end at the end of body, where the cutter
 // stops, or at the first piece that could not be read as the cutter saw it; the rest of the
 // document is then read on by the host's parser from there (Rest, whose positions Origin turns
@@ -19,20 +19,18 @@
 #include <thread>
 #include <vector>
 
-#include "tmx/pieces/BodyCutter.h"
 #include "tmx/parsing/PartsInput.h"
+#include "tmx/pieces/BodyCutter.h"
+#include "tmx/pieces/PieceOrigin.h"
 #include "tmx/pieces/PieceParser.h"
 
-// The cores this process may run on.
-int AvailableCores();
-
-class PieceRead {
+class PieceScheduler {
  public:
-  PieceRead(const UnitReading& reading, StreamParser& host, const xercesc::InputSource& input, int nJobs,
+  PieceScheduler(const UnitReading& reading, StreamParser& host, const xercesc::InputSource& input, int nJobs,
             size_t nPieceBytes);
-  ~PieceRead();
-  PieceRead(const PieceRead&) = delete;
-  PieceRead& operator=(const PieceRead&) = delete;
+  ~PieceScheduler();
+  PieceScheduler(const PieceScheduler&) = delete;
+  PieceScheduler& operator=(const PieceScheduler&) = delete;
 
   // On to the next unit of the pieces: false once they are done.
   bool Next();
@@ -59,7 +57,7 @@ class PieceRead {
   void Submit(size_t nCut);
   void Retire();
   void GoOnFrom(bool bFromPieces);
-  void Work(PieceReader& reader);
+  void Work(PieceParser& reader);
   void StopWorkers();
 
   const UnitReading m_reading;
@@ -82,7 +80,7 @@ class PieceRead {
   size_t m_nNext = 0;
   int m_nKeysBefore = 0;
   PieceOrigin m_origin;  // of the current piece's bytes, then of the rest's
-  std::vector<std::unique_ptr<PieceReader>> m_readers;
+  std::vector<std::unique_ptr<PieceParser>> m_readers;
   std::vector<std::thread> m_workers;
   std::mutex m_mutex;
   std::condition_variable m_work, m_done;

@@ -1,17 +1,16 @@
 // The streaming reader: the parser's events (StreamParser) turned into the nodes the DOM would
 // hold (EventCursor) and driven through the same unit rules as the builders' DOM walk
-// (StreamUnits), one unit at a time; or the units of pieces read side by side (PieceRead), then
+// (StreamUnits), one unit at a time; or the units of pieces read side by side (PieceScheduler), then
 // the rest of the document so.
 #include "quillon/TmxUnitReader.h"
 
 #include <xercesc/framework/LocalFileInputSource.hpp>
 
-#include "tmx/stream/EventCursor.h"
 #include "tmx/parsing/FileInputSource.h"
-#include "tmx/rules/LanguageSet.h"
+#include "tmx/pieces/Cores.h"
 #include "tmx/pieces/PieceScheduler.h"
-#include "tmx/parsing/StreamParser.h"
-#include "tmx/stream/StreamUnits.h"
+#include "tmx/rules/LanguageSet.h"
+#include "tmx/stream/UnitParser.h"
 
 using namespace xercesc;
 
@@ -21,11 +20,9 @@ class CTmxUnitStream final : private UnitEnds {
                  CTmxUnitReader::TextMode mode)
       : m_owner(owner),
         m_reading{pFirstLanguage, pSecondLanguage, mode},
-        m_units(pFirstLanguage, pSecondLanguage, mode, *this),
-        m_cursor(m_units.Rules(), m_units),
-        m_parser(m_cursor) {}
+        m_unitParser(m_reading, *this) {}
 
-  SAX2XMLReader& Parser() { return m_parser.Get(); }
+  SAX2XMLReader& Parser() { return m_unitParser.Parser().Get(); }
 
   void SetJobs(int nJobs, size_t nPieceBytes) {
     m_nJobs = nJobs < 1 ? AvailableCores() : nJobs;
@@ -34,15 +31,13 @@ class CTmxUnitStream final : private UnitEnds {
 
   // The read in progress ends before the input it may hold goes.
   void Open(const InputSource& source, std::unique_ptr<InputSource> pOwned = nullptr) {
-    m_parser.Begin(source);
+    Begin(source);
     m_pPieces.reset();
     m_pSource = std::move(pOwned);
     m_pInput = &source;
     m_bStarted = m_bInPieces = false;
     m_origin = PieceOrigin();
     m_nKeysBefore = 0;
-    m_cursor.Restart();
-    m_units.Restart();
     m_bUnitRead = false;
   }
 
@@ -51,7 +46,7 @@ class CTmxUnitStream final : private UnitEnds {
     Start();
     if (m_bInPieces && NextPieceUnit()) return true;
     Mapped([this] {
-      while (!m_bUnitRead && m_parser.Step()) {
+      while (!m_bUnitRead && m_unitParser.Parser().Step()) {
       }
     });
     return m_bUnitRead;
@@ -70,7 +65,7 @@ class CTmxUnitStream final : private UnitEnds {
     Start();
     while (m_bInPieces && NextPieceUnit()) {
     }
-    Mapped([this] { m_parser.Finish(); });
+    Mapped([this] { m_unitParser.Parser().Finish(); });
     return Result();
   }
 
@@ -83,8 +78,8 @@ class CTmxUnitStream final : private UnitEnds {
       BeginRest();
     }
     m_languages = LanguageSet();
-    m_cursor.CollectLanguages(m_languages);
-    Mapped([this] { m_parser.Finish(); });
+    m_unitParser.Cursor().CollectLanguages(m_languages);
+    Mapped([this] { m_unitParser.Parser().Finish(); });
     if (pLanguages == nullptr) return true;
     m_languages.AppendTo(*pLanguages);
     return pLanguages->GetSize() > 0;
@@ -97,7 +92,7 @@ class CTmxUnitStream final : private UnitEnds {
     return *m_variants[static_cast<size_t>(nIndex)];
   }
   LPCTSTR UnitId() const { return m_bUnitRead ? m_pszUnitId : nullptr; }
-  bool Result() const { return !m_units.Rules().IsBilingual() || m_cursor.BodyFound(); }
+  bool Result() const { return !m_unitParser.Units().Rules().IsBilingual() || m_unitParser.Cursor().BodyFound(); }
 
  private:
   // The first read chooses: pieces when there are jobs for them, the text is not the engine's
@@ -105,8 +100,9 @@ class CTmxUnitStream final : private UnitEnds {
   void Start() {
     if (m_bStarted || m_pInput == nullptr) return;
     m_bStarted = true;
-    if (m_nJobs < 2 || m_reading.mode == CTmxUnitReader::TextMode::Engine || !m_parser.ReadsPiecesAlike()) return;
-    m_pPieces = std::make_unique<PieceRead>(m_reading, m_parser, *m_pInput, m_nJobs, m_nPieceBytes);
+    StreamParser& parser = m_unitParser.Parser();
+    if (m_nJobs < 2 || m_reading.mode == CTmxUnitReader::TextMode::Engine || !parser.ReadsPiecesAlike()) return;
+    m_pPieces = std::make_unique<PieceScheduler>(m_reading, parser, *m_pInput, m_nJobs, m_nPieceBytes);
     m_bInPieces = true;
   }
 
@@ -122,15 +118,19 @@ class CTmxUnitStream final : private UnitEnds {
 
   void BeginRest() {
     m_bInPieces = false;
-    m_parser.Begin(m_pPieces->Rest());
-    m_cursor.Restart();
-    m_units.Restart();
+    Begin(m_pPieces->Rest());
     m_nKeysBefore = m_pPieces->KeysBefore();
     m_origin = m_pPieces->Origin();
   }
 
+  // A document begins for the parser.
+  void Begin(const InputSource& source) {
+    m_unitParser.Parser().Begin(source);
+    m_unitParser.Restart();
+  }
+
   void UnitRead() override {
-    const UnitStore& store = m_units.Store();
+    const UnitStore& store = m_unitParser.Units().Store();
     Show(store, store.Get(store.GetCount() - 1), m_nKeysBefore);
   }
 
@@ -170,14 +170,12 @@ class CTmxUnitStream final : private UnitEnds {
   const InputSource* m_pInput = nullptr;
   int m_nJobs = 1;
   size_t m_nPieceBytes = CTmxUnitReader::kDefaultPieceBytes;
-  std::unique_ptr<PieceRead> m_pPieces;  // outlives the parse of its rest
+  std::unique_ptr<PieceScheduler> m_pPieces;  // outlives the parse of its rest
   bool m_bStarted = false, m_bInPieces = false;
   PieceOrigin m_origin;  // of what the parser reads
   int m_nKeysBefore = 0;
-  StreamUnits m_units;
-  EventCursor m_cursor;
+  UnitParser m_unitParser;
   LanguageSet m_languages;
-  StreamParser m_parser;
   // The unit shown: the one just read, until the next read.
   bool m_bUnitRead = false;
   std::vector<std::unique_ptr<CTmxTUV>> m_variants;

@@ -7,25 +7,9 @@
 
 #include "resources/resource.h"
 #include "tmx/rules/LanguageCodes.h"
+#include "tmx/rules/Names.h"
 
 using xercesc::DOMNode;
-
-namespace {
-
-// Names are compared ignoring the case of ASCII letters only, as the class library's
-// CompareNoCase compares them, on parser strings as they are: no string is made per node.
-bool NameIs(LPCTSTR pszName, LPCTSTR pszWanted) { return _tcsicmp(pszName, pszWanted) == 0; }
-
-bool IsLanguageAttribute(LPCTSTR pszName) { return NameIs(pszName, _T("lang")) || NameIs(pszName, _T("xml:lang")); }
-
-}  // namespace
-
-void VariantLanguage::Consider(LPCTSTR pszName, LPCTSTR pszValue) {
-  if (IsLanguageAttribute(pszName) && (m_pszName == nullptr || TextView(pszName) > TextView(m_pszName))) {
-    m_pszName = pszName;
-    m_pszValue = pszValue;
-  }
-}
 
 UnitRules::UnitRules(UnitSink& sink, int& nKeyCounter, const CString* pFirstLanguage, const CString* pSecondLanguage,
                      bool bRanges)

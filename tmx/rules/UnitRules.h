@@ -5,13 +5,10 @@
 #pragma once
 
 #include <optional>
-#include <string_view>
 
 #include <xercesc/dom/DOMNode.hpp>
 
-#include "quillon/afx.h"
-
-typedef std::basic_string_view<TCHAR> TextView;
+#include "tmx/rules/TextView.h"
 
 // Where the variants that the rules keep go: a unit map, or the unit a stream is reading.
 class UnitSink {
@@ -29,19 +26,6 @@ struct SegSummary {
   std::optional<TextView> firstValue;  // the first child's node value; none for an element
   std::optional<TextView> lastValue;   // the value of the last child that has one
   bool bLastValueIsContent = false;    // that child is text or CDATA, so part of the text content
-};
-
-// The language of a variant from its attributes. Attribute maps come sorted by name, so of the
-// attributes named lang or xml:lang in any case the one with the greatest name counts; a stream
-// sees the same attributes in document order.
-class VariantLanguage {
- public:
-  void Consider(LPCTSTR pszName, LPCTSTR pszValue);
-  LPCTSTR Value() const { return m_pszValue; }  // null when there is none
-
- private:
-  LPCTSTR m_pszName = nullptr;
-  LPCTSTR m_pszValue = nullptr;
 };
 
 class UnitRules {

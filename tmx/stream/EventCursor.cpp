@@ -20,15 +20,20 @@ void EventCursor::startElement(const XMLCh* const, const XMLCh* const, const XML
   if (!InBody() && !m_at.bBodyFound && !m_at.pLanguages && m_rules.IsBody(pszName, m_at.nDepth)) {
     m_at.nBodyDepth = m_at.nDepth;
     m_at.bBodyFound = true;
+    m_at.bodyStart = Here();
   }
 }
 
 void EventCursor::endElement(const XMLCh* const, const XMLCh* const, const XMLCh* const pszName) {
+  if (m_at.nEndsAfterBody >= 0) m_at.nEndsAfterBody++;
   if (InBody()) {
-    if (Level() == 0)
+    if (Level() == 0) {
       m_at.nBodyDepth = 0;  // only the first body is read
-    else
+      m_at.bodyEnd = Here();
+      m_at.nEndsAfterBody = 0;
+    } else {
       m_sink.End(Level() - 1, pszName);
+    }
   }
   m_at.nDepth--;
   m_at.bTextOpen = false;

@@ -3,31 +3,18 @@
 // stream delivers in pieces, entity expansions and character references included); CDATA
 // sections, comments and processing instructions are nodes of their own. Only the nodes below
 // the body that the rules read are handed on, each with its level below body (0 for body's
-// children, 1 for theirs, ...). A languages read looks at every tuv element instead.
+// children, 1 for theirs, ...). A languages read looks at every tuv element instead. Where
+// body's content begins and ends is noted, for the parse of a piece, which must end with body.
 #pragma once
 
-#include <xercesc/sax2/Attributes.hpp>
+#include <xercesc/sax/Locator.hpp>
 #include <xercesc/sax2/DefaultHandler.hpp>
 
+#include "tmx/rules/NodeSink.h"
 #include "tmx/rules/UnitRules.h"
+#include "tmx/stream/TextPosition.h"
 
 class LanguageSet;
-
-// Where the cursor's nodes go.
-class NodeSink {
- public:
-  // A node begins: an element with its attributes; a text or CDATA node, whose character data
-  // follows; a comment or PI with its value. pszName is the node's DOM name.
-  virtual void Node(int nLevel, short nType, LPCTSTR pszName, TextView value,
-                    const xercesc::Attributes* pAttributes) = 0;
-  // Character data of the text or CDATA node in progress at nLevel.
-  virtual void Text(int nLevel, TextView text) = 0;
-  // The element pszName that began at nLevel ends.
-  virtual void End(int nLevel, LPCTSTR pszName) = 0;
-
- protected:
-  ~NodeSink() = default;
-};
 
 class EventCursor : public xercesc::DefaultHandler {
  public:
@@ -38,6 +25,13 @@ class EventCursor : public xercesc::DefaultHandler {
   void CollectLanguages(LanguageSet& languages);
   bool BodyFound() const { return m_at.bBodyFound; }
   bool InBody() const { return m_at.nBodyDepth > 0; }
+  // Where body's content begins and ends, and whether body was the last element to end but the
+  // root, whose end then followed.
+  TextPosition BodyStart() const { return m_at.bodyStart; }
+  TextPosition BodyEnd() const { return m_at.bodyEnd; }
+  bool BodyEndedLast() const { return m_at.nEndsAfterBody == 1; }
+
+  void setDocumentLocator(const xercesc::Locator* const pLocator) override { m_pLocator = pLocator; }
 
   void startElement(const XMLCh* const, const XMLCh* const, const XMLCh* const pszName,
                     const xercesc::Attributes& attributes) override;
@@ -51,6 +45,7 @@ class EventCursor : public xercesc::DefaultHandler {
 
  private:
   int Level() const { return m_at.nDepth - m_at.nBodyDepth; }  // of a node that begins here
+  TextPosition Here() const { return {m_pLocator->getLineNumber(), m_pLocator->getColumnNumber()}; }
   void OtherNode(short nType, LPCTSTR pszName, TextView value = {});
 
   const UnitRules& m_rules;
@@ -62,5 +57,8 @@ class EventCursor : public xercesc::DefaultHandler {
     bool bTextOpen = false;  // the last node here is text that more character data extends
     bool bInCData = false;
     LanguageSet* pLanguages = nullptr;
+    TextPosition bodyStart, bodyEnd;
+    int nEndsAfterBody = -1;  // elements ended since body did
   } m_at;
+  const xercesc::Locator* m_pLocator = nullptr;
 };

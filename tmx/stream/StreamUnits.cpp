@@ -1,17 +1,18 @@
 #include "tmx/stream/StreamUnits.h"
 
+#include "tmx/rules/VariantLanguage.h"
+
 using namespace xercesc;
 using Role = UnitRules::Role;
 
-StreamUnits::StreamUnits(const CString* pFirstLanguage, const CString* pSecondLanguage, CTmxUnitReader::TextMode mode,
-                         UnitEnds& ends, bool bKeepAll)
-    : m_strFirst(pFirstLanguage ? *pFirstLanguage : CString()),
-      m_strSecond(pSecondLanguage ? *pSecondLanguage : CString()),
-      m_rules(*this, m_nKeyCounter, pFirstLanguage ? &m_strFirst : nullptr, pFirstLanguage ? &m_strSecond : nullptr,
-              mode != CTmxUnitReader::TextMode::Engine),
+StreamUnits::StreamUnits(const UnitReading& reading, UnitEnds& ends, bool bKeepAll)
+    : m_strFirst(reading.first),
+      m_strSecond(reading.second),
+      m_rules(*this, m_nKeyCounter, reading.bPair ? &m_strFirst : nullptr, reading.bPair ? &m_strSecond : nullptr,
+              reading.mode != CTmxUnitReader::TextMode::Engine),
       m_ends(ends),
       m_bKeepAll(bKeepAll),
-      m_pSeg(MakeSegmentText(mode)) {}
+      m_pSeg(MakeSegmentText(reading.mode)) {}
 
 void StreamUnits::Restart() {
   m_nKeyCounter = -1;

@@ -6,10 +6,11 @@
 #include <vector>
 
 #include "quillon/TmxUnits.h"
-#include "tmx/stream/EventCursor.h"
-#include "tmx/text/SegmentText.h"
 #include "tmx/rules/UnitRules.h"
+#include "tmx/rules/NodeSink.h"
+#include "tmx/stream/UnitReading.h"
 #include "tmx/stream/UnitStore.h"
+#include "tmx/text/SegmentText.h"
 
 // Told when a unit that has variants has been read; the unit stays readable until the next one
 // begins.
@@ -26,8 +27,7 @@ class StreamUnits : public NodeSink, private UnitSink {
   // In engine text, the bilingual rules with a language pair and the multilingual rules without
   // one; in any other text, the multilingual rules, the pair read as language ranges. The store
   // keeps the unit read last, or with bKeepAll every unit read since Restart.
-  StreamUnits(const CString* pFirstLanguage, const CString* pSecondLanguage, CTmxUnitReader::TextMode mode,
-              UnitEnds& ends, bool bKeepAll = false);
+  StreamUnits(const UnitReading& reading, UnitEnds& ends, bool bKeepAll = false);
   const UnitRules& Rules() const { return m_rules; }
   // A new document: no unit read, and keys counted from the start.
   void Restart();

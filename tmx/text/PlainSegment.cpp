@@ -4,11 +4,10 @@
 // line, page or column break gives a line feed.
 #include <xercesc/dom/DOMNode.hpp>
 
+#include "tmx/rules/Names.h"
 #include "tmx/text/SegmentText.h"
 
 namespace {
-
-bool NameIs(LPCTSTR pszName, LPCTSTR pszWanted) { return _tcsicmp(pszName, pszWanted) == 0; }
 
 bool IsNativeCode(LPCTSTR pszName) {
   for (LPCTSTR pszCode : {_T("bpt"), _T("ept"), _T("it"), _T("ph"), _T("ut")})

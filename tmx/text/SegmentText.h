@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "quillon/TmxUnitReader.h"
-#include "tmx/stream/EventCursor.h"
+#include "tmx/rules/NodeSink.h"
 #include "tmx/rules/UnitRules.h"
 
 class SegmentText : public NodeSink {
