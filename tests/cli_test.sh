@@ -200,8 +200,11 @@ for memory in codes entity; do
 done
 
 # Failed writes and reads are errors, and a position is given only where the parser has one.
+printf '<?xml version="1.0-"?><tmx/>' >"$tmp/version.tmx"
+expect no-position 1 '^$' "^$tmp/version.tmx: error: implementation does not support" -- "$quillon" export "$tmp/version.tmx"
+# A byte that is not UTF-8 is placed where it is, even in the first line.
 printf '<?xml v\xe2n>' >"$tmp/first-line.tmx"
-expect no-position 1 '^$' "^$tmp/first-line.tmx: error: unable to decode first line" -- "$quillon" export "$tmp/first-line.tmx"
+expect bad-byte-placed 1 '^$' "^$tmp/first-line.tmx:1:8: error: byte 0xE2 is not UTF-8$N\$" -- "$quillon" export "$tmp/first-line.tmx"
 if [ -z "${QUILLON_EMULATED:-}" ]; then
   for command in "languages examples/sample.tmx" "units examples/sample.tmx" "export examples/sample.tmx" \
                  "size examples/sample.xml" "pack examples/sample.xml" "dump $tmp/w.img"; do

@@ -114,9 +114,11 @@ TEST(PiecesTest, DocumentsAsToolsWriteThem) {
       {"<tmx><body>" + units + "</body><body>" + units + "</body></tmx>", true},
       {"<tmx><header><body>" + units + "</body></header><body>" + units + "</body></tmx>", true},
       {"<tmx><body><tu>" + units + "</tu></body></tmx>", true},
-      {ReadFile(QUILLON_EXAMPLES "/codes.tmx"), false},                               // a DOCTYPE
-      {Utf16(Tmx(units)), false},                                                     // UTF-16
-      {"<?xml version='1.0' encoding='ISO-8859-1'?>" + Tmx(units).substr(21), false},  // another encoding
+      {ReadFile(QUILLON_EXAMPLES "/codes.tmx"), true},                                // a DOCTYPE
+      {Utf16(Tmx(units)), true},                                                      // UTF-16
+      {Utf16(Tmx(units), true), true},
+      {"<?xml version='1.0' encoding='ISO-8859-1'?>" + Tmx(units).substr(21), true},  // a single-byte encoding
+      {"<?xml version='1.0' encoding='Shift_JIS'?>" + Tmx(units).substr(21), false},  // a multi-byte one
       {"<tmx><header/>" + units + "</tmx>", false},                                   // no body
   };
   for (const auto& document : documents) ExpectReadAsByOne(document.bytes, document.bInPieces);
@@ -136,12 +138,109 @@ TEST(PiecesTest, ErrorsComeWhereOneParserMeetsThem) {
   }
 }
 
-// The parser reports a byte that is not UTF-8 where the block of text it was decoding begins, so
-// at a place that depends on where its read began: a read in pieces gives the same message.
-TEST(PiecesTest, BytesThatAreNotUtf8GiveTheSameMessage) {
-  const std::string document = Tmx(Unit("1", "a") + Unit("2", "b\xFF") + Unit("3", "c"));
-  const auto message = [](const std::string& failure) { return failure.substr(failure.find(' ', 4)); };
-  EXPECT_EQ(message(Read(document, 3).failure), message(Read(document, 1).failure));
+// A byte the encoding cannot hold is placed where it is, by one parser and in pieces alike: in a
+// unit, between units, after body, in the declaration, cut short at the end; in UTF-8 (each way
+// a sequence can be wrong) and in US-ASCII; with lines that end in CR LF, and in XML 1.1 in NEL.
+TEST(PiecesTest, BytesTheEncodingCannotHoldArePlacedWhereTheyAre) {
+  const std::string units = Unit("1", "a") + Unit("2", "\u00E9t\u00E9 \U0001F600");
+  for (const std::string bad : {"\xFF", "\x80", "\xC3(", "\xC0\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE2\x82"}) {
+    ExpectReadAsByOne(Tmx(units + Unit("3", "b" + bad + "c") + units), true);
+    ExpectReadAsByOne(Tmx(units + units) + "<!--" + bad, true);
+    ExpectReadAsByOne(Tmx(units + "\r\n" + units + bad), true);
+  }
+  ExpectReadAsByOne("<?xml version='1.0' encoding='US-ASCII'?>" + Tmx(units.substr(0, 60) + Unit("3", "\xE9")).substr(21), true);
+  ExpectReadAsByOne("<?xml version='1.1'?><tmx><body>\xC2\x85" + Unit("1", "a\xC2\x85b\xE2\x80\xA8") + Unit("2", "\xFE") + "</body></tmx>", true);
+  const Reading one = Read("<?xml v\xE2n>", 1);
+  EXPECT_EQ(one.failure, "SAX 1:8 byte 0xE2 is not UTF-8");
+  EXPECT_EQ(Read(Tmx(Unit("1", "\xC3(")), 1).failure, "SAX 1:93 byte 0xC3 is not UTF-8");
+}
+
+// Read as U+FFFD, such bytes are counted, and the units are the same either way.
+TEST(PiecesTest, BytesTheEncodingCannotHoldMayBeReadAsReplacementCharacters) {
+  const std::string document = Tmx(Unit("1", "a\xFF") + Unit("2", "\xC3(\xE2\x82") + Unit("3", "c"));
+  std::vector<std::string> units[2];
+  for (int nJobs : {1, 3}) {
+    MemoryTmx source(document);
+    CTmxUnitReader reader(TextMode::Plain);
+    reader.SetInvalidBytes(CTmxUnitReader::InvalidBytes::Replace);
+    reader.SetJobs(nJobs, 1);
+    reader.Open(&source.file);
+    while (reader.ReadNextUnit()) units[nJobs / 2].push_back(Described(reader));
+    EXPECT_EQ(reader.GetReplacedBytes(), 8u);
+  }
+  EXPECT_EQ(units[1], units[0]);
+  EXPECT_EQ(units[0][1], "1 2: en|\uFFFD(\uFFFD\uFFFD| de|\uFFFD(\uFFFD\uFFFD|");
+}
+
+// A document type's internal subset holds for every piece: entities, attribute defaults, and
+// the measure of what entities expand to, refused where one parser refuses it, after the same
+// units (here once the allowance one unit spent is used up by later units that each expand
+// faster than the limit allows; and a quadratic blowup after a thousand units).
+TEST(PiecesTest, AnInternalSubsetHoldsForEveryPiece) {
+  const std::string subset = "<!DOCTYPE tmx [<!ENTITY p 'Lumen &amp; Co'><!ATTLIST tu tuid CDATA 'none'>"
+                             "<!-- ]> --><?pi ]>?><!ENTITY big '" + std::string(2000, 'x') + "'>"
+                             "<!ENTITY huge '&big;&big;&big;&big;&big;&big;&big;&big;&big;&big;'>]>\n";
+  const auto repeated = [](const std::string& text, int n) {
+    std::string all;
+    for (int i = 0; i < n; i++) all += text;
+    return all;
+  };
+  std::string named, spending = Unit("0", repeated("&huge;", 22));
+  for (int i = 0; i < 1000; i++) named += "<tu><tuv lang='en'><seg>&p; " + std::to_string(i) + "</seg></tuv></tu>\n";
+  for (int i = 0; i < 200; i++) spending += Unit(std::to_string(i), "&big;");
+  const std::string blowup = named + Unit("q", repeated("&big;", 4000));
+  for (const std::string& body : {named, spending, blowup}) ExpectReadAsByOne(subset + Tmx(body).substr(21), true);
+}
+
+// Languages read after some units are those of the units after them, in pieces as with one
+// parser.
+TEST(PiecesTest, LanguagesAfterUnitsAreThoseOfTheUnitsAfterThem) {
+  std::string body;
+  for (int i = 0; i < 40; i++) body += "<tu><tuv lang='l" + std::to_string(i) + "'><seg>x</seg></tuv></tu>\n";
+  const std::string document = Tmx(body);
+  for (int nBefore : {0, 1, 7, 39, 40}) {
+    std::vector<std::string> languages[2];
+    for (int nJobs : {1, 3}) {
+      MemoryTmx source(document);
+      CTmxUnitReader reader(TextMode::Plain);
+      reader.SetJobs(nJobs, 1);
+      reader.Open(&source.file);
+      for (int i = 0; i < nBefore; i++) reader.ReadNextUnit();
+      CStringArray found;
+      reader.ReadLanguages(&found);
+      languages[nJobs / 2] = Strings(found);
+    }
+    EXPECT_EQ(languages[1], languages[0]) << nBefore;
+    EXPECT_EQ(languages[0].size(), static_cast<size_t>(40 - nBefore)) << nBefore;
+  }
+}
+
+// What a handler throws ends the read, however many parsers read it; threads are made only as
+// pieces need them, and never more than the cores help.
+TEST(PiecesTest, AThrowingHandlerEndsTheReadAndThreadsAreMadeAsNeeded) {
+  struct Throwing : CTmxUnitHandler {
+    int nUnits = 0;
+    void OnUnit(const CTmxUnitReader&) override {
+      if (++nUnits == 3) throw std::runtime_error("enough");
+    }
+  };
+  const std::string document = Tmx(Unit("1", "a") + Unit("2", "b") + Unit("3", "c") + Unit("4", "d"));
+  for (int nJobs : {1, 3}) {
+    MemoryTmx source(document);
+    CTmxUnitReader reader(TextMode::Plain);
+    reader.SetJobs(nJobs, 1);
+    reader.Open(&source.file);
+    Throwing handler;
+    EXPECT_THROW(reader.ReadUnits(handler), std::runtime_error);
+    EXPECT_FALSE(reader.ReadNextUnit()) << nJobs;
+  }
+  const size_t nBefore = ThreadCount();
+  MemoryTmx source(document);
+  CTmxUnitReader reader(TextMode::Plain);
+  reader.SetJobs(200, 1 << 20);  // one piece
+  reader.Open(&source.file);
+  ASSERT_TRUE(reader.ReadNextUnit());
+  if (nBefore != 0) EXPECT_LE(ThreadCount(), nBefore + 2);  // the thread that cuts, one worker
 }
 
 // Sizes at which pieces are many, in flight together, and their storage goes round.
@@ -169,41 +268,47 @@ TEST(PiecesTest, LongDocumentsAndTheirInputs) {
   EXPECT_EQ(Strings(languages), (std::vector<std::string>{"de", "en"}));
 }
 
-// An input that fails part way: the units before the failure, then its error.
+// An input that fails part way: the units whose bytes came before the failure, then what the
+// input threw, with one parser and in pieces alike; however the input hands its bytes out.
 TEST(PiecesTest, AnInputThatFailsDoesSoWhereOneParserMeetsIt) {
   struct FailingSource : xercesc::InputSource {
     std::string bytes;
+    size_t nChunk = 100;
     xercesc::BinInputStream* makeStream() const override {
       struct Stream : xercesc::BinInputStream {
-        const std::string& bytes;
+        const FailingSource& source;
         size_t nAt = 0;
-        explicit Stream(const std::string& b) : bytes(b) {}
+        explicit Stream(const FailingSource& s) : source(s) {}
         XMLFilePos curPos() const override { return nAt; }
         XMLSize_t readBytes(XMLByte* const p, const XMLSize_t nMax) override {
-          if (nAt == bytes.size()) throw std::runtime_error("the disk went away");
-          const size_t n = std::min<size_t>({nMax, bytes.size() - nAt, 100});
-          std::copy_n(bytes.data() + nAt, n, p);
+          if (nAt == source.bytes.size()) throw std::runtime_error("the disk went away");
+          const size_t n = std::min<size_t>({nMax, source.bytes.size() - nAt, source.nChunk});
+          std::copy_n(source.bytes.data() + nAt, n, p);
           nAt += n;
           return n;
         }
         const XMLCh* getContentType() const override { return nullptr; }
       };
-      return new Stream(bytes);
+      return new Stream(*this);
     }
   } source;
   source.setSystemId(_T("failing.tmx"));
   for (int nUnits : {20, 400}) {  // within the parser's first look at the input, and beyond it
     source.bytes = "<tmx><body>";
     for (int i = 0; i < nUnits; i++) source.bytes += Unit(std::to_string(i), "x");
-    std::vector<std::string> units[2];
-    for (int nJobs : {1, 3}) {
-      CTmxUnitReader reader(TextMode::Plain);
-      reader.SetJobs(nJobs, 1);
-      reader.Open(source);
-      EXPECT_THROW(while (reader.ReadNextUnit()) units[nJobs / 2].push_back(Described(reader)), std::runtime_error);
+    source.bytes += "<tu><tuv lang='en'><seg>cut sh";
+    for (size_t nChunk : {size_t(100), size_t(1) << 20}) {
+      source.nChunk = nChunk;
+      for (int nJobs : {1, 3}) {
+        std::vector<std::string> units;
+        CTmxUnitReader reader(TextMode::Plain);
+        reader.SetJobs(nJobs, 1);
+        reader.Open(source);
+        EXPECT_THROW(while (reader.ReadNextUnit()) units.push_back(Described(reader)), std::runtime_error);
+        EXPECT_EQ(units.size(), static_cast<size_t>(nUnits)) << nJobs << " jobs, chunks of " << nChunk;
+        EXPECT_FALSE(reader.ReadNextUnit());  // the read has ended
+      }
     }
-    EXPECT_EQ(units[1], units[0]);
-    EXPECT_EQ(units[0].size(), nUnits == 20 ? 0u : 400u);
   }
 }
 

@@ -137,7 +137,15 @@ bool ExpansionGuard::Spend(Count nCost, Count nRead) {
   return m_nSpent <= Budget(nRead);
 }
 
+void ExpansionGuard::Resume(Count nRead, Count nSpentBefore, bool bStrict) {
+  m_nSpent = Add(m_nSpent, nSpentBefore);
+  m_nSpentAtResume = m_nSpent;
+  m_nResumedAt = m_nLastRead = nRead;
+  m_bStrict = bStrict;
+}
+
 Count ExpansionGuard::Budget(Count nRead) const {
+  if (m_bStrict) return Add(m_nSpentAtResume, Times(nRead - std::min(nRead, m_nResumedAt), CEntityExpansionLimit::kRatio));
   return Add(CEntityExpansionLimit::kAllowance, Times(nRead, CEntityExpansionLimit::kRatio));
 }
 

@@ -19,6 +19,12 @@ class ExpansionGuard {
 
   // A document begins, read under pLimit; none keeps no accounts.
   void Begin(const CEntityExpansionLimit* pLimit);
+  // The bytes from nRead on are another part of the whole, whose expansion before it came to
+  // nSpentBefore; strict, what came before is not known, so the part alone must stay within its
+  // own bytes' share (whatever came before stayed within the limit, the whole then does too).
+  void Resume(Count nRead, Count nSpentBefore, bool bStrict);
+  // What the part spent since it resumed.
+  Count SpentSinceResume() const { return m_nSpent - m_nSpentAtResume; }
   const CEntityExpansionLimit* Limit() const { return m_pLimit; }
   // Only a document that declares entities can expand to anything.
   bool HasEntities() const { return !m_general.entities.empty() || !m_parameter.entities.empty(); }
@@ -63,6 +69,8 @@ class ExpansionGuard {
   const CEntityExpansionLimit* m_pLimit = nullptr;
   Table m_general, m_parameter;
   Count m_nSpent = 0, m_nLastRead = 0;
+  Count m_nSpentAtResume = 0, m_nResumedAt = 0;
+  bool m_bStrict = false;
   Count m_nCostliest = 0;  // of a reference to a general entity
   Name m_refused;
   bool m_bTooDeep = false;

@@ -99,6 +99,7 @@ void GuardedReader::startDocument() {
   m_guard.Begin(bGuarded ? m_pLimit : nullptr);
   m_nDepth = 0;
   m_nRead = 0;
+  m_bResumed = false;
   m_bPrologEnded = m_bExceeded = false;
   AllowOpenings();
   SAX2XMLReaderImpl::startDocument();
@@ -121,15 +122,23 @@ void GuardedReader::doctypeDecl(const DTDElementDecl& element, const XMLCh* cons
 
 XMLScanner* GuardedReader::Scanner() { return ValidatorAccess::ScannerOf(getValidator()); }
 
-// The bytes of the document the scanner has read. Inside an entity (or an external DTD) it counts
-// the entity's own, so the count taken last outside stands.
+// The bytes of the whole document the scanner has read. Inside an entity (or an external DTD) it
+// counts the entity's own, so the count taken last outside stands. Past its frame, a part counts
+// from where it lies in the whole, and its accounts go on from there.
 ExpansionGuard::Count GuardedReader::Read() {
   const XMLScanner* pScanner = Scanner();
-  if (pScanner && pScanner->getReaderMgr()->getReaderDepth() <= 1) {  // the document alone
-    try {
-      m_nRead = pScanner->getReaderMgr()->getCurrentReader()->getSrcOffset();
-    } catch (const XMLException&) {  // not counted (a host turned it off): the allowance alone
-    }
+  if (pScanner == nullptr || pScanner->getReaderMgr()->getReaderDepth() > 1) return m_nRead;  // not the document alone
+  ExpansionGuard::Count nOffset;
+  try {
+    nOffset = pScanner->getReaderMgr()->getCurrentReader()->getSrcOffset();
+  } catch (const XMLException&) {  // not counted (a host turned it off): the allowance alone
+    return m_nRead;
+  }
+  if (m_frame.nStart == 0 || nOffset <= m_frame.nFrameBytes) return m_nRead = nOffset;
+  m_nRead = m_frame.nStart + (nOffset - m_frame.nFrameBytes);
+  if (!m_bResumed) {
+    m_bResumed = true;
+    m_guard.Resume(m_frame.nStart, m_frame.nSpentBefore, m_frame.bStrict);
   }
   return m_nRead;
 }
@@ -203,6 +212,14 @@ void GuardedReader::startEntityReference(const XMLEntityDecl& entity) {
 void GuardedReader::endEntityReference(const XMLEntityDecl& entity) {
   if (--m_nDepth == 0 && Expands()) Read();
   SAX2XMLReaderImpl::endEntityReference(entity);
+}
+
+// Where an element of body ends, a part of the document may begin: the accounts of raw bytes
+// start there too.
+void GuardedReader::endElement(const XMLElementDecl& element, const unsigned int nUriId, const bool bRoot,
+                               const XMLCh* const pszPrefix) {
+  if (Expands() && m_nDepth == 0 && !m_guard.Produce(0, Read())) Raise();
+  SAX2XMLReaderImpl::endElement(element, nUriId, bRoot, pszPrefix);
 }
 
 // Attribute values are expanded before the element is reported: what they hold beyond the

@@ -12,6 +12,7 @@
 #include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
 #include <xercesc/util/SecurityManager.hpp>
 
+#include "xml/ExpansionFrame.h"
 #include "xml/ExpansionGuard.h"
 
 class GuardedReader : public xercesc::SAX2XMLReaderImpl {
@@ -29,6 +30,10 @@ class GuardedReader : public xercesc::SAX2XMLReaderImpl {
   using SAX2XMLReaderImpl::parse;
   using SAX2XMLReaderImpl::parseFirst;
 
+  // Where the next document lies in a whole it is a part of (none: it is the whole), and what
+  // its part after the frame spent.
+  void SetFrame(const ExpansionFrame& frame) { m_frame = frame; }
+  ExpansionGuard::Count SpentAfterFrame() const { return m_guard.SpentSinceResume(); }
   // Whether the last parse ended on the expansion limit.
   bool ExceededLimit() const { return m_bExceeded; }
   // Whether the document read so far can expand at all: it declared entities, under a limit. A
@@ -52,6 +57,8 @@ class GuardedReader : public xercesc::SAX2XMLReaderImpl {
   void doctypePI(const XMLCh* const pszTarget, const XMLCh* const pszData) override;
   void startEntityReference(const xercesc::XMLEntityDecl& entity) override;
   void endEntityReference(const xercesc::XMLEntityDecl& entity) override;
+  void endElement(const xercesc::XMLElementDecl& element, const unsigned int nUriId, const bool bRoot,
+                  const XMLCh* const pszPrefix) override;
   void startElement(const xercesc::XMLElementDecl& element, const unsigned int nUriId, const XMLCh* const pszPrefix,
                     const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes, const XMLSize_t nAttributes,
                     const bool bEmpty, const bool bRoot) override;
@@ -79,5 +86,7 @@ class GuardedReader : public xercesc::SAX2XMLReaderImpl {
   ExpansionGuard m_guard;
   int m_nDepth = 0;  // of entity references in content
   ExpansionGuard::Count m_nRead = 0;
+  ExpansionFrame m_frame;
+  bool m_bResumed = false;  // the part after the frame has begun
   bool m_bPrologEnded = false, m_bExceeded = false;
 };

@@ -64,15 +64,26 @@ class AFX_EXT_CLASS CTmxUnitReader {
   xercesc::SAX2XMLReader* GetParser();
 
   // Reads with nJobs parsers at once, in reads not yet begun: 1 (the default) reads with one,
-  // 0 with as many as the cores this process may run on. The document is cut between children
-  // of body into pieces of about nPieceBytes, read side by side by threads of the reader's own,
-  // and their units reach GetVariant and the handler as from one parser: in document order, on
-  // the calling thread, the same units with the same keys and texts, errors included (after the
-  // same units). At most two pieces a job are in flight, each with its units. Engine text, and a
-  // document with a document type declaration, in an encoding other than UTF-8 or US-ASCII, or
-  // read with validation, schemas, namespaces or a scanner of the host's, are read by one parser.
+  // 0 with as many as the cores this process may run on; more than that (or than 64) help no
+  // more, and are not made. The document is cut between children of body into pieces of about
+  // nPieceBytes, read side by side by threads of the reader's own, and their units reach
+  // GetVariant and the handler as from one parser: in document order, on the calling thread, the
+  // same units with the same keys and texts, errors included (after the same units, at the same
+  // place). At most two pieces a job are in flight, each with its units; threads are made as
+  // pieces need them. Engine text; a document in an encoding other than UTF-8, US-ASCII, UTF-16
+  // and the single-byte ones (ISO-8859-x, windows-125x); one whose external DTD the parser loads;
+  // and reads with validation, schemas, namespaces or a scanner of the host's, are read by one
+  // parser.
   static constexpr size_t kDefaultPieceBytes = size_t(1) << 20;
+  static constexpr int kMostJobs = 64;
   void SetJobs(int nJobs, size_t nPieceBytes = kDefaultPieceBytes);
+
+  // What a byte that the document's encoding (UTF-8, US-ASCII) cannot hold is, in reads not yet
+  // begun: where the document ends, with the parser's exception placed at that byte (the
+  // default), or the character U+FFFD, counted by GetReplacedBytes.
+  enum class InvalidBytes { Error, Replace };
+  void SetInvalidBytes(InvalidBytes mode);
+  ULONGLONG GetReplacedBytes() const;
 
   // Chooses the document, ending any earlier read: a path; a file, read from its start in pieces
   // (a memory file is not copied); or any input source, which must outlive the read. Nothing is
@@ -83,12 +94,14 @@ class AFX_EXT_CLASS CTmxUnitReader {
 
   // Reads on to the next unit that has a variant; FALSE once the document has ended. A parse
   // error leaves as the parser's SAXParseException (an XML version the DOM refuses as its
-  // DOMException), after every unit before it has been read.
+  // DOMException), after every unit before it has been read. An input that fails (a read error,
+  // a damaged compressed stream) ends the document where it fails: what the input threw leaves
+  // after the units before that place.
   BOOL ReadNextUnit();
   // Reads the units that remain, each handed to handler as it ends, and returns GetResult().
   // Called before any other read, it lets the parser run through the document uninterrupted,
   // which is faster than stepping from unit to unit. Errors leave as from ReadNextUnit; so does
-  // what the handler throws. The handler must not Open another document.
+  // what the handler throws, which ends the read. The handler must not Open another document.
   BOOL ReadUnits(CTmxUnitHandler& handler);
   // The unit just read, valid until the next read: its key and its variants in document order.
   // It is the unit that ReadNextUnit returned TRUE for, or in ReadUnits the handler's; after any

@@ -6,10 +6,12 @@
 #include <xercesc/dom/DOMElement.hpp>
 #include <xercesc/framework/LocalFileInputSource.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
+#include <xercesc/sax/SAXParseException.hpp>
 
 #include "tmx/dom/DomWalk.h"
 #include "tmx/dom/UnitTags.h"
 #include "tmx/parsing/DOMTreeErrorReporter.h"
+#include "tmx/parsing/DocumentInput.h"
 #include "tmx/rules/LanguageSet.h"
 #include "xml/ExpansionCheck.h"
 
@@ -45,6 +47,21 @@ struct InstalledErrorHandler {
   ~InstalledErrorHandler() { parser.setErrorHandler(nullptr); }
 };
 
+// The document is read as every reader of the library reads its bytes: a byte that cannot be
+// read ends it there, with the error placed at that byte.
+void Parse(XercesDOMParser& parser, const InputSource& source) {
+  CheckEntityExpansion(parser, source);
+  CDocumentInputSource document(source, false);
+  try {
+    parser.parse(document);
+  } catch (const SAXParseException& e) {
+    const TextPosition at{e.getLineNumber(), e.getColumnNumber()};
+    document.RaiseFailure(at.nLine != 0 ? &at : nullptr);
+    throw;
+  }
+  document.RaiseFailure(nullptr);
+}
+
 // The memory file is copied whole, in one read from its start, into a buffer the parse uses.
 void ParseMemFile(XercesDOMParser& parser, CMemFile& file) {
   const auto nLength = static_cast<UINT>(file.GetLength());
@@ -53,8 +70,7 @@ void ParseMemFile(XercesDOMParser& parser, CMemFile& file) {
   const UINT nRead = file.Read(buffer.get(), nLength);
   std::unique_ptr<InputSource> source(new (XMLPlatformUtils::fgMemoryManager) MemBufInputSource(
       buffer.get(), nRead, "memTmxFile", false, XMLPlatformUtils::fgMemoryManager));
-  CheckEntityExpansion(parser, *source);
-  parser.parse(*source);
+  Parse(parser, *source);
 }
 
 }  // namespace
@@ -67,9 +83,7 @@ bool CTmxParseEngine::SearchTmxForLanguages(CStringArray* pLanguages) {
   const bool bHasPath = !m_strFilePath.IsEmpty();
   if (bHasPath == (m_pMemFile != nullptr)) return false;
   if (bHasPath) {
-    LocalFileInputSource source(m_strFilePath.GetString(), XMLPlatformUtils::fgMemoryManager);
-    CheckEntityExpansion(m_parser, source);
-    m_parser.parse(source);
+    Parse(m_parser, LocalFileInputSource(m_strFilePath.GetString(), XMLPlatformUtils::fgMemoryManager));
   } else {
     ParseMemFile(m_parser, *m_pMemFile);
   }

@@ -11,22 +11,7 @@
 #include <xercesc/sax/InputSource.hpp>
 #include <xercesc/util/BinInputStream.hpp>
 
-// Bytes read into as soon as they are there, so never zeroed first.
-template <class T>
-struct UninitializedAllocator : std::allocator<T> {
-  template <class U>
-  struct rebind {
-    using other = UninitializedAllocator<U>;
-  };
-  template <class U, class... Args>
-  void construct(U* p, Args&&... args) {
-    if constexpr (sizeof...(Args) == 0)
-      ::new (static_cast<void*>(p)) U;
-    else
-      ::new (static_cast<void*>(p)) U(std::forward<Args>(args)...);
-  }
-};
-using Bytes = std::vector<char, UninitializedAllocator<char>>;
+#include "tmx/parsing/Bytes.h"
 
 class CPartsInputSource : public xercesc::InputSource {
  public:

@@ -60,13 +60,25 @@ bool StreamParser::ReadsPiecesAlike() {
          !parser.getFeature(XMLUni::fgXercesSchema) && !parser.getFeature(XMLUni::fgSAX2CoreNameSpaces);
 }
 
-void StreamParser::TakeSettings(StreamParser& host) {
-  SAX2XMLReader& from = host.Get();
-  for (const XMLCh* pszFeature : kHostFeatures) m_pParser->setFeature(pszFeature, from.getFeature(pszFeature));
-  for (const XMLCh* pszProperty : {XMLUni::fgXercesSecurityManager, XMLUni::fgXercesLowWaterMark})
-    m_pParser->setProperty(pszProperty, from.getProperty(pszProperty));
-  m_pParser->setEntityResolver(from.getEntityResolver());
+ParserSettings StreamParser::Settings() {
+  SAX2XMLReader& parser = Get();
+  ParserSettings settings;
+  for (const XMLCh* pszFeature : kHostFeatures) settings.features.emplace_back(pszFeature, parser.getFeature(pszFeature));
+  settings.pSecurityManager = parser.getProperty(XMLUni::fgXercesSecurityManager);
+  settings.nLowWaterMark = *static_cast<const XMLSize_t*>(parser.getProperty(XMLUni::fgXercesLowWaterMark));
+  settings.pEntityResolver = parser.getEntityResolver();
+  return settings;
 }
+
+void StreamParser::Apply(const ParserSettings& settings) {
+  for (const auto& [pszFeature, bOn] : settings.features) m_pParser->setFeature(pszFeature, bOn);
+  m_pParser->setProperty(XMLUni::fgXercesSecurityManager, settings.pSecurityManager);
+  m_pParser->setProperty(XMLUni::fgXercesLowWaterMark, const_cast<XMLSize_t*>(&settings.nLowWaterMark));
+  m_pParser->setEntityResolver(settings.pEntityResolver);
+}
+
+void StreamParser::SetFrame(const ExpansionFrame& frame) { m_pParser->SetFrame(frame); }
+unsigned long long StreamParser::SpentAfterFrame() const { return m_pParser->SpentAfterFrame(); }
 
 // A progressive parse holds its input only while it is in the middle of a document: the parser
 // gives it back when a step raises, and at the end.
@@ -90,6 +102,12 @@ bool StreamParser::Step() {
     }
   }
   return m_state == State::kStepping;
+}
+
+void StreamParser::End() {
+  if (m_state == State::kStepping) m_pParser->parseReset(m_token);
+  m_pPreview.reset();
+  m_state = State::kEnded;
 }
 
 void StreamParser::Finish() {

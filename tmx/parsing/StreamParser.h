@@ -5,6 +5,8 @@
 #pragma once
 
 #include <memory>
+#include <utility>
+#include <vector>
 
 #include <xercesc/framework/XMLPScanToken.hpp>
 #include <xercesc/sax/InputSource.hpp>
@@ -12,8 +14,18 @@
 #include <xercesc/sax2/SAX2XMLReader.hpp>
 
 #include "tmx/parsing/DOMTreeErrorReporter.h"
+#include "xml/ExpansionFrame.h"
 
 class CPreviewedInputSource;
+class GuardedReader;
+
+// A host's parser settings, taken on its thread for the parsers of a read in pieces.
+struct ParserSettings {
+  std::vector<std::pair<const XMLCh*, bool>> features;
+  void* pSecurityManager = nullptr;
+  XMLSize_t nLowWaterMark = 0;
+  xercesc::EntityResolver* pEntityResolver = nullptr;
+};
 
 class StreamParser {
  public:
@@ -28,8 +40,12 @@ class StreamParser {
   // Whether a document without a document type declaration reads the same in pieces: the host
   // neither validates, nor processes schemas or namespaces, nor chose a scanner of its own.
   bool ReadsPiecesAlike();
-  // Takes the host's settings from the parser of another read.
-  void TakeSettings(StreamParser& host);
+  ParserSettings Settings();
+  void Apply(const ParserSettings& settings);
+  // Where the next document lies in the whole it is a part of, for the measure of its entities'
+  // expansion; and what its part after the frame spent on it.
+  void SetFrame(const ExpansionFrame& frame);
+  unsigned long long SpentAfterFrame() const;
 
   // A read of input begins, ending any read in progress. Nothing is read until Step or Finish;
   // input must outlive the read.
@@ -38,6 +54,10 @@ class StreamParser {
   bool Step();
   // The rest of the read, uninterrupted: the whole document when no step was taken.
   void Finish();
+  // The read ends here: no more steps.
+  void End();
+  // Whether the document has been read to its end, or to an error.
+  bool Ended() const { return m_state == State::kEnded; }
 
  private:
   enum class State { kNoInput, kReady, kStepping, kParsing, kEnded };
@@ -47,7 +67,7 @@ class StreamParser {
   void ReportAsFullParse(const xercesc::XMLException& e);
 
   DOMTreeErrorReporter m_errorReporter;
-  std::unique_ptr<xercesc::SAX2XMLReader> m_pParser;
+  std::unique_ptr<GuardedReader> m_pParser;
   bool m_bPlainScanner = false;  // the well-formedness scanner stands in for the host's default one
   const xercesc::InputSource* m_pInput = nullptr;
   std::unique_ptr<CPreviewedInputSource> m_pPreview;

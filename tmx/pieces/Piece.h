@@ -7,23 +7,26 @@
 
 #include <xercesc/sax/InputSource.hpp>
 
-#include "tmx/parsing/PartsInput.h"
+#include "tmx/parsing/Bytes.h"
 #include "tmx/stream/TextPosition.h"
 #include "tmx/stream/UnitStore.h"
 
 struct Piece {
   Bytes bytes;
-  bool bFirst = false;  // it holds the document's start, which frames it
+  unsigned long long nStart = 0;  // where its bytes lie in the document
+  bool bFirst = false;            // it holds the document's start, frame included
   // What its parser found.
   bool bRead = false;  // parsed to its end, which is where body's content went on
   UnitStore units;
   int nUnitsMet = 0;
-  TextPosition start, end;  // of its bytes in its own parse
+  TextPosition start, end;          // of its bytes in its own parse
+  unsigned long long nSpent = 0;    // on entity expansion, after the frame
 };
 
-// The frame of the pieces of one document: what goes before each (the document's declaration
-// and the start tags of its root and body) and after it (their end tags).
+// The frame of the pieces of one document: its bytes before body's content, as they are, and
+// the end tags of body and the root, in its encoding.
 struct PieceFrame {
   const xercesc::InputSource& document;  // names the pieces
   std::string prefix, suffix;
+  unsigned long long nBodyEndTag = 0;  // code units of body's end tag, the suffix's first
 };

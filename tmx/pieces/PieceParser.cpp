@@ -1,9 +1,13 @@
 #include "tmx/pieces/PieceParser.h"
 
-PieceParser::PieceParser(const UnitReading& reading, StreamParser& host) : m_parser(reading, *this, true) {
-  m_parser.Parser().TakeSettings(host);
+#include "tmx/parsing/PartsInput.h"
+
+PieceParser::PieceParser(const UnitReading& reading, const ParserSettings& settings) : m_parser(reading, *this, true) {
+  m_parser.Parser().Apply(settings);
 }
 
+// The first piece holds its frame; every other follows a frame of the document's bytes, and
+// measures its entities' expansion as a part that does not know what came before it.
 void PieceParser::Read(Piece& piece, const PieceFrame& frame) noexcept {
   piece.bRead = false;
   try {
@@ -12,6 +16,8 @@ void PieceParser::Read(Piece& piece, const PieceFrame& frame) noexcept {
     source.Add(std::string_view(piece.bytes.data(), piece.bytes.size()));
     source.Add(frame.suffix);
     m_parser.Restart();
+    const unsigned long long nFrame = frame.prefix.size();
+    m_parser.Parser().SetFrame({nFrame, piece.bFirst ? nFrame : piece.nStart, 0, !piece.bFirst});
     m_parser.Parser().Begin(source);
     m_parser.Parser().Finish();
     piece.bRead = m_parser.Cursor().BodyEndedLast();
@@ -20,9 +26,9 @@ void PieceParser::Read(Piece& piece, const PieceFrame& frame) noexcept {
   } catch (...) {  // read again by the host's parser, which reports it
   }
   piece.nUnitsMet = m_parser.Units().UnitsMet();
+  piece.nSpent = m_parser.Parser().SpentAfterFrame();
   std::swap(piece.units, m_parser.Units().Store());
   piece.start = m_parser.Cursor().BodyStart();
-  const XMLFileLoc nBodyEndTag = frame.suffix.find('>') + 1;
   const TextPosition bodyEnd = m_parser.Cursor().BodyEnd();
-  piece.end = {bodyEnd.nLine, bodyEnd.nColumn - nBodyEndTag};
+  piece.end = {bodyEnd.nLine, bodyEnd.nColumn - frame.nBodyEndTag};
 }

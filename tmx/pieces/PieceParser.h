@@ -8,7 +8,7 @@
 
 class PieceParser : private UnitEnds {
  public:
-  PieceParser(const UnitReading& reading, StreamParser& host);
+  PieceParser(const UnitReading& reading, const ParserSettings& settings);
   // Never throws: a piece that cannot be read is left unread.
   void Read(Piece& piece, const PieceFrame& frame) noexcept;
 

@@ -1,8 +1,9 @@
 #include "tmx/pieces/PieceScheduler.h"
 
 #include <algorithm>
+#include <system_error>
 
-#include "tmx/parsing/InputPreview.h"
+#include <xercesc/util/XMLUni.hpp>
 
 using namespace xercesc;
 
@@ -11,47 +12,27 @@ namespace {
 constexpr size_t kReadBytes = 256 * 1024;
 constexpr size_t kLargestPieceSize = size_t(1) << 28;
 
-// Meets again, where the parser of the rest reaches it, the error that the input met. In the
-// middle of a document, where one parser takes no first look, the first read gives nothing: that
-// ends the look at the rest's first bytes as the end of the input would.
-class FailedStream : public BinInputStream {
- public:
-  FailedStream(std::exception_ptr error, bool bMidDocument) : m_error(std::move(error)), m_bLookedAt(!bMidDocument) {}
-  XMLFilePos curPos() const override { return 0; }
-  XMLSize_t readBytes(XMLByte* const, const XMLSize_t) override {
-    if (m_bLookedAt) std::rethrow_exception(m_error);
-    m_bLookedAt = true;
-    return 0;
-  }
-  const XMLCh* getContentType() const override { return nullptr; }
-
- private:
-  std::exception_ptr m_error;
-  bool m_bLookedAt;
-};
-
 }  // namespace
 
-// A forced encoding is not one the cutter reads; an input that does not open is the host
-// parser's to report.
-PieceScheduler::PieceScheduler(const UnitReading& reading, StreamParser& host, const InputSource& input, int nJobs,
-                     size_t nPieceBytes)
+// Nothing is read here: the cutting thread reads from the start.
+PieceScheduler::PieceScheduler(const UnitReading& reading, StreamParser& host, CDocumentInputSource& document,
+                               int nJobs, size_t nPieceBytes)
     : m_reading(reading),
-      m_host(host),
-      m_input(input),
+      m_settings(host.Settings()),
+      m_bLoadsExternalSubsets(host.Get().getFeature(XMLUni::fgXercesLoadExternalDTD)),
+      m_document(document),
       m_nJobs(static_cast<size_t>(std::max(nJobs, 1))),
       m_nPieceBytes(std::clamp<size_t>(nPieceBytes, 1, kLargestPieceSize)),
-      m_nLongestPiece(std::max<size_t>(size_t(16) << 20, 16 * m_nPieceBytes)),
-      m_cutter(kPreviewBytes),
-      m_frame{input, {}, {}} {
-  if (input.getEncoding() == nullptr) m_pStream.reset(input.makeStream());
-  if (m_pStream == nullptr) {
-    m_bCutting = false;
-    m_pRest = &input;
+      m_frame{document, {}, {}, 0} {
+  m_pStream.reset(document.makeStream());
+  if (m_pStream == nullptr) {  // the source cannot be opened: the caller's parser says so
+    m_pRest = &document;
+    return;
   }
+  m_cutting = std::thread(&PieceScheduler::Cut, this);
 }
 
-PieceScheduler::~PieceScheduler() { StopWorkers(); }
+PieceScheduler::~PieceScheduler() { StopThreads(); }
 
 bool PieceScheduler::Next() {
   for (;;) {
@@ -60,140 +41,155 @@ bool PieceScheduler::Next() {
       return true;
     }
     if (m_pCurrent) Retire();
-    if (m_pRest) return false;
-    Feed();
-    if (m_inFlight.empty() || (m_readError && m_nRead < kPreviewBytes)) {  // one parser fails in its first look
-      GoOnFrom(!m_inFlight.empty());
-      return false;
-    }
-    Slot& front = *m_inFlight.front();
-    {
-      std::unique_lock<std::mutex> lock(m_mutex);
-      m_done.wait(lock, [&front] { return front.bDone; });
-    }
-    if (!front.piece.bRead) {
-      GoOnFrom(true);
-      return false;
-    }
-    m_pCurrent = std::move(m_inFlight.front());
-    m_inFlight.pop_front();
+    if (m_pRest || !TakeFront()) return false;
     m_nNext = 0;
   }
 }
 
-void PieceScheduler::Stop() {
-  if (m_pCurrent) Retire();
-  if (m_pRest == nullptr) GoOnFrom(!m_inFlight.empty());
-}
-
-// Cuts what the workers may read ahead: two pieces a job. Nothing is taken before the input has
-// given what one parser looks at first, where a failing input fails before any unit.
-void PieceScheduler::Feed() {
-  while (m_bCutting && m_nRead < kPreviewBytes && !m_readError && ReadMore()) {
-  }
-  while (m_bCutting && m_inFlight.size() < 2 * m_nJobs) {
-    const size_t nCut = m_nFilled == 0 ? 0 : m_cutter.Scan(m_buffer.data(), m_nFilled, m_nPieceBytes);
-    if (nCut != 0 && (m_bFrameChecked || FrameReads()))
-      Submit(nCut);
-    else if (nCut != 0 || m_cutter.Ended() || m_nFilled >= m_nLongestPiece || !ReadMore())
-      m_bCutting = false;
-  }
-}
-
-bool PieceScheduler::ReadMore() {
-  if (m_buffer.size() < m_nFilled + kReadBytes) m_buffer.resize(m_nFilled + kReadBytes);
-  try {
-    const XMLSize_t nRead = m_pStream->readBytes(reinterpret_cast<XMLByte*>(m_buffer.data() + m_nFilled), kReadBytes);
-    m_nFilled += nRead;
-    m_nRead += nRead;
-    return nRead > 0;
-  } catch (...) {
-    m_readError = std::current_exception();
+// Waits until the first piece in flight is read, and takes it; false when there is none left
+// (the rest goes on from where the cutting ended) or it could not be read (the rest goes on from
+// it).
+bool PieceScheduler::TakeFront() {
+  std::unique_lock<std::mutex> lock(m_mutex);
+  m_done.wait(lock, [this] {
+    return (!m_inFlight.empty() && (m_inFlight.front()->bDone || m_workers.empty())) ||
+           (m_inFlight.empty() && m_bCuttingOver);
+  });
+  Slot* pFront = m_inFlight.empty() ? nullptr : m_inFlight.front().get();
+  if (pFront == nullptr || !pFront->bDone || !pFront->piece.bRead) {
+    lock.unlock();
+    GoOnFrom(pFront);
     return false;
   }
+  m_pCurrent = std::move(m_inFlight.front());
+  m_inFlight.pop_front();
+  lock.unlock();
+  m_room.notify_one();
+  return true;
+}
+
+void PieceScheduler::Stop() {
+  if (m_pRest) return;
+  StopThreads();
+  if (m_pCurrent) m_inFlight.push_front(std::move(m_pCurrent));
+  GoOnFrom(m_inFlight.empty() ? nullptr : m_inFlight.front().get());
+}
+
+// ---- The cutting thread --------------------------------------------------------------------------
+
+// Cuts as long as there is room in flight, the cutter finds cuts and the bytes last; then the
+// rest is the caller's.
+void PieceScheduler::Cut() {
+  try {
+    if (ReadMore() && (m_pCutter = BodyCutter::For(m_document.Encoding())))
+      for (;;) {
+        {
+          std::unique_lock<std::mutex> lock(m_mutex);
+          m_room.wait(lock, [this] { return m_bStop || m_inFlight.size() < 2 * m_nJobs; });
+          if (m_bStop) break;
+        }
+        const size_t nCut = m_pCutter->Scan(m_buffer.data(), m_nFilled, m_nPieceBytes);
+        if (nCut != 0 && !m_bFrameChecked && !FrameReads()) break;
+        if (nCut != 0)
+          Submit(nCut);
+        else if (m_pCutter->Ended() || !ReadMore())
+          break;
+      }
+  } catch (...) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_cutError = std::current_exception();
+  }
+  std::lock_guard<std::mutex> lock(m_mutex);
+  m_bCuttingOver = true;
+  m_done.notify_all();
+}
+
+// Reads the next bytes after those held; false at the end of the document's bytes.
+bool PieceScheduler::ReadMore() {
+  if (m_buffer.size() < m_nFilled + kReadBytes) m_buffer.resize(m_nFilled + kReadBytes);
+  const XMLSize_t nRead = m_pStream->readBytes(reinterpret_cast<XMLByte*>(m_buffer.data() + m_nFilled), kReadBytes);
+  m_nFilled += nRead;
+  return nRead > 0;
 }
 
 // The frame, read with nothing in body, must read as a document, and the positions its parser
-// gives must add up: body's content then begins and ends at one place.
+// gives must add up: body's content then begins and ends at one place. An external subset that
+// parsers load would be loaded by every piece: the document goes to one parser.
 bool PieceScheduler::FrameReads() {
   m_bFrameChecked = true;
-  m_frame.prefix = m_cutter.Prefix();
-  m_frame.suffix = m_cutter.Suffix();
-  m_readers.push_back(std::make_unique<PieceParser>(m_reading, m_host));
+  if (m_pCutter->HasExternalSubset() && m_bLoadsExternalSubsets) return false;
+  m_frame.prefix.assign(m_buffer.data(), m_pCutter->FrameBytes());
+  m_frame.suffix = m_pCutter->Suffix();
+  m_frame.nBodyEndTag = m_pCutter->BodyEndTagUnits();
+  PieceParser parser(m_reading, m_settings);
   Piece empty;
-  m_readers.front()->Read(empty, m_frame);
+  parser.Read(empty, m_frame);
   m_frameEnd = empty.start;
   return empty.bRead && empty.end.nLine == empty.start.nLine && empty.end.nColumn == empty.start.nColumn;
 }
 
-// The bytes before the cut become a piece; those after it stay for the next.
+// The bytes before the cut become a piece; those after it stay for the next. A worker is made
+// when none is idle, while there are fewer than the jobs.
 void PieceScheduler::Submit(size_t nCut) {
   std::unique_ptr<Slot> pSlot;
-  if (m_free.empty()) {
-    pSlot = std::make_unique<Slot>();
-  } else {
-    pSlot = std::move(m_free.front());
-    m_free.pop_front();
+  {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_free.empty()) {
+      pSlot = std::move(m_free.front());
+      m_free.pop_front();
+    }
   }
+  if (!pSlot) pSlot = std::make_unique<Slot>();
   Piece& piece = pSlot->piece;
   piece.bFirst = !m_bCut;
+  piece.nStart = m_nBufferStart;
   m_bCut = true;
   std::swap(piece.bytes, m_buffer);
   m_buffer.assign(piece.bytes.begin() + static_cast<std::ptrdiff_t>(nCut),
                   piece.bytes.begin() + static_cast<std::ptrdiff_t>(m_nFilled));
   m_nFilled = m_buffer.size();
+  m_nBufferStart += nCut;
   piece.bytes.resize(nCut);
-  m_cutter.Cut(nCut);
+  m_pCutter->Cut(nCut);
   pSlot->bDone = false;
-  // Parsers are made here, where the host's settings are read.
-  while (m_readers.size() < m_nJobs) m_readers.push_back(std::make_unique<PieceParser>(m_reading, m_host));
-  while (m_workers.size() < m_nJobs) m_workers.emplace_back(&PieceScheduler::Work, this, std::ref(*m_readers[m_workers.size()]));
-  {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_queue.push_back(pSlot.get());
-  }
-  m_work.notify_one();
+  std::lock_guard<std::mutex> lock(m_mutex);
+  if (m_nIdle == 0 && m_workers.size() < m_nJobs) AddWorker();
+  m_queue.push_back(pSlot.get());
   m_inFlight.push_back(std::move(pSlot));
+  m_work.notify_one();
 }
 
-// The piece's units are all taken: the next piece's keys and positions follow on from its.
-void PieceScheduler::Retire() {
-  const Piece& piece = m_pCurrent->piece;
-  m_nKeysBefore += piece.nUnitsMet;
-  m_origin = {m_origin.ToDocument(piece.end), m_frameEnd};
-  m_free.push_back(std::move(m_pCurrent));
+// A thread that cannot be made leaves the pieces to the workers there are; with none, the caller
+// reads on from the first piece.
+void PieceScheduler::AddWorker() {
+  try {
+    m_workers.emplace_back(&PieceScheduler::Work, this);
+  } catch (const std::system_error&) {
+    if (m_workers.empty()) m_done.notify_all();
+  }
 }
 
-// The rest: the frame's start (unless the rest begins with the document), the pieces not taken,
-// the bytes not cut, then the input's own rest.
-void PieceScheduler::GoOnFrom(bool bFromPieces) {
-  StopWorkers();
-  m_queue.clear();
-  m_pParts = std::make_unique<CPartsInputSource>(m_input);
-  const bool bMidDocument = bFromPieces ? !m_inFlight.front()->piece.bFirst : m_bCut;
-  if (bMidDocument) m_pParts->Add(m_frame.prefix);
-  for (auto& pSlot : m_inFlight) m_pParts->Add(std::move(pSlot->piece.bytes));
-  m_inFlight.clear();
-  m_buffer.resize(m_nFilled);
-  m_pParts->Add(std::move(m_buffer));
-  if (m_readError)
-    m_pParts->Finally(std::make_unique<FailedStream>(m_readError, bMidDocument));
-  else
-    m_pParts->Finally(std::move(m_pStream));
-  m_pRest = m_pParts.get();
-}
+// ---- The workers ---------------------------------------------------------------------------------
 
-void PieceScheduler::Work(PieceParser& reader) {
+void PieceScheduler::Work() {
+  std::unique_ptr<PieceParser> pParser;
   for (;;) {
     Slot* pSlot;
     {
       std::unique_lock<std::mutex> lock(m_mutex);
+      m_nIdle++;
       m_work.wait(lock, [this] { return m_bStop || !m_queue.empty(); });
+      m_nIdle--;
       if (m_bStop) return;
       pSlot = m_queue.front();
       m_queue.pop_front();
     }
-    reader.Read(pSlot->piece, m_frame);
+    try {
+      if (!pParser) pParser = std::make_unique<PieceParser>(m_reading, m_settings);
+      pParser->Read(pSlot->piece, m_frame);
+    } catch (...) {  // no parser: the piece stays unread, and the caller's parser reads it
+      pSlot->piece.bRead = false;
+    }
     {
       std::lock_guard<std::mutex> lock(m_mutex);
       pSlot->bDone = true;
@@ -202,12 +198,49 @@ void PieceScheduler::Work(PieceParser& reader) {
   }
 }
 
-void PieceScheduler::StopWorkers() {
+// ---- The caller's --------------------------------------------------------------------------------
+
+// The piece's units are all taken: the next piece's keys, positions and expansion follow on from
+// its.
+void PieceScheduler::Retire() {
+  const Piece& piece = m_pCurrent->piece;
+  m_nKeysBefore += piece.nUnitsMet;
+  m_nSpent += piece.nSpent;
+  m_origin = {m_origin.ToDocument(piece.end), m_frameEnd};
+  std::lock_guard<std::mutex> lock(m_mutex);
+  m_free.push_back(std::move(m_pCurrent));
+}
+
+// The rest: the frame (unless the rest begins with the document), the pieces from pFirst on,
+// the bytes not cut, then the document's own rest.
+void PieceScheduler::GoOnFrom(Slot* pFirst) {
+  StopThreads();
+  if (m_cutError) std::rethrow_exception(m_cutError);
+  m_pParts = std::make_unique<CPartsInputSource>(m_document);
+  const bool bMidDocument = pFirst ? !pFirst->piece.bFirst : m_bCut;
+  const unsigned long long nRestStart = pFirst ? pFirst->piece.nStart : m_nBufferStart;
+  if (bMidDocument) {
+    m_pParts->Add(m_frame.prefix);
+    m_restFrame = {m_frame.prefix.size(), nRestStart, m_nSpent, false};
+  }
+  for (auto& pSlot : m_inFlight) m_pParts->Add(std::move(pSlot->piece.bytes));
+  m_inFlight.clear();
+  m_buffer.resize(m_nFilled);
+  m_pParts->Add(std::move(m_buffer));
+  m_pParts->Finally(std::move(m_pStream));
+  m_pRest = m_pParts.get();
+}
+
+// Stops every thread the read made, the cutting thread once its read in progress returns.
+void PieceScheduler::StopThreads() {
   {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_bStop = true;
   }
   m_work.notify_all();
+  m_room.notify_all();
+  if (m_cutting.joinable()) m_cutting.join();
   for (std::thread& worker : m_workers) worker.join();
   m_workers.clear();
+  m_queue.clear();
 }

@@ -1,0 +1,141 @@
+#include "tmx/parsing/DocumentInput.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+
+#include <xercesc/sax/SAXParseException.hpp>
+#include <xercesc/util/BinInputStream.hpp>
+#include <xercesc/util/PlatformUtils.hpp>
+
+#include "quillon/afx.h"
+#include "tmx/parsing/Bytes.h"
+#include "tmx/parsing/DocumentEncoding.h"
+#include "tmx/parsing/TextCheck.h"
+
+using namespace xercesc;
+
+namespace {
+
+constexpr size_t kReadBytes = 64 * 1024;
+// The encoding is sensed from as many bytes as the parser's own first look takes, or all of a
+// shorter document.
+constexpr size_t kSenseBytes = 16 * 1024;
+
+}  // namespace
+
+struct CDocumentInputSource::State {
+  bool bReplace = false, bForcedEncoding = false, bMade = false, bEnded = false;
+  DocumentEncoding encoding;
+  InputFailure failure;
+  bool bFailed = false, bRaised = false;
+  std::atomic<unsigned long long> nReplaced{0};  // read while a read in pieces goes on
+};
+
+namespace {
+
+using State = CDocumentInputSource::State;
+
+class DocumentStream : public BinInputStream {
+ public:
+  DocumentStream(std::unique_ptr<BinInputStream> pSource, std::shared_ptr<State> pState)
+      : m_pSource(std::move(pSource)), m_pState(std::move(pState)) {}
+  XMLFilePos curPos() const override { return m_nPos; }
+  XMLSize_t readBytes(XMLByte* const pToFill, const XMLSize_t nMaxToRead) override {
+    while (m_nOut == m_out.size() && !m_pState->bEnded) Refill();
+    const size_t n = std::min<size_t>(nMaxToRead, m_out.size() - m_nOut);
+    if (n != 0) std::memcpy(pToFill, m_out.data() + m_nOut, n);
+    m_nOut += n;
+    m_nPos += n;
+    return n;
+  }
+  const XMLCh* getContentType() const override { return m_pSource->getContentType(); }
+
+ private:
+  // Reads on from the source and checks what it gave; until the encoding is known, only reads.
+  void Refill() {
+    m_out.clear();
+    m_nOut = 0;
+    const size_t nHeld = m_in.size();
+    m_in.resize(nHeld + kReadBytes);
+    size_t nRead = 0;
+    try {
+      nRead = m_pSource->readBytes(reinterpret_cast<XMLByte*>(m_in.data() + nHeld), kReadBytes);
+    } catch (...) {
+      m_pState->failure.sourceError = std::current_exception();
+      m_pState->bFailed = true;
+    }
+    m_in.resize(nHeld + nRead);
+    const bool bLast = nRead == 0;
+    if (!m_pCheck && !Sense(bLast)) return;
+    const size_t nTaken = m_pCheck->Take(m_in.data(), m_in.size(), bLast, m_out);
+    m_in.erase(m_in.begin(), m_in.begin() + static_cast<std::ptrdiff_t>(nTaken));
+    m_pState->nReplaced = m_pCheck->Replaced();
+    if (!m_pCheck->Problem().empty()) {
+      m_pState->failure.problem = m_pCheck->Problem();
+      m_pState->bFailed = true;
+    }
+    if (bLast || m_pState->bFailed) End();
+  }
+
+  bool Sense(bool bLast) {
+    if (m_in.size() < kSenseBytes && !bLast) return false;
+    m_pState->encoding = m_pState->bForcedEncoding ? DocumentEncoding() : SenseEncoding(m_in.data(), m_in.size(), bLast);
+    m_pCheck = std::make_unique<TextCheck>(m_pState->encoding, m_pState->bReplace);
+    return true;
+  }
+
+  void End() {
+    m_pState->bEnded = true;
+    if (m_pState->bFailed)
+      m_pState->failure.at = m_pState->encoding.layout == ByteLayout::kOther ? TextPosition{0, 0} : m_pCheck->Position();
+  }
+
+  std::unique_ptr<BinInputStream> m_pSource;
+  std::shared_ptr<State> m_pState;
+  std::unique_ptr<TextCheck> m_pCheck;
+  Bytes m_in, m_out;
+  size_t m_nOut = 0;
+  XMLFilePos m_nPos = 0;
+};
+
+}  // namespace
+
+CDocumentInputSource::CDocumentInputSource(const InputSource& source, bool bReplace)
+    : InputSource(source.getSystemId(), source.getPublicId(), XMLPlatformUtils::fgMemoryManager),
+      m_source(source),
+      m_pState(std::make_shared<State>()) {
+  m_pState->bReplace = bReplace;
+  m_pState->bForcedEncoding = source.getEncoding() != nullptr;
+  setEncoding(source.getEncoding());
+  setIssueFatalErrorIfNotFound(source.getIssueFatalErrorIfNotFound());
+}
+
+CDocumentInputSource::~CDocumentInputSource() = default;
+
+BinInputStream* CDocumentInputSource::makeStream() const {
+  if (m_pState->bMade) return nullptr;
+  std::unique_ptr<BinInputStream> pSource(m_source.makeStream());
+  if (pSource == nullptr) return nullptr;
+  m_pState->bMade = true;
+  return new DocumentStream(std::move(pSource), m_pState);
+}
+
+const InputFailure* CDocumentInputSource::Failure() const {
+  return m_pState->bEnded && m_pState->bFailed ? &m_pState->failure : nullptr;
+}
+
+void CDocumentInputSource::RaiseFailure(const TextPosition* pErrorAt) {
+  const InputFailure* pFailure = Failure();
+  if (pFailure == nullptr || m_pState->bRaised) return;
+  const TextPosition at = pFailure->at;
+  if (pErrorAt && at.nLine != 0 &&
+      (pErrorAt->nLine < at.nLine || (pErrorAt->nLine == at.nLine && pErrorAt->nColumn < at.nColumn)))
+    return;
+  m_pState->bRaised = true;
+  if (pFailure->sourceError) std::rethrow_exception(pFailure->sourceError);
+  throw SAXParseException(CA2W(pFailure->problem.c_str()), getPublicId(), getSystemId(), at.nLine, at.nColumn);
+}
+
+const DocumentEncoding& CDocumentInputSource::Encoding() const { return m_pState->encoding; }
+unsigned long long CDocumentInputSource::ReplacedBytes() const { return m_pState->nReplaced; }
