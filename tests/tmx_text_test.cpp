@@ -99,6 +99,26 @@ TEST(SegmentTextTest, PlainAndMarkupReadTheMultilingualUnitsInLanguageRanges) {
   EXPECT_EQ(ReadUnits(tmx, TextMode::Engine, _T("en-us"), _T("de")), (std::vector<std::string>{"0 a: en-US|Hello"}));
 }
 
+// Every text but the builders' gives each seg of a variant the notes as the document has them:
+// the unit's, then the variant's own, each once. The builders keep only the last of each, and
+// merge them again into a later seg's.
+TEST(SegmentTextTest, NotesAreTheDocumentsOwnInEveryTextButTheBuilders) {
+  const std::string tmx = Tmx("<tu><note>U1</note><note>U2</note><tuv lang='en'><note>V</note><seg>a</seg><seg>b</seg>"
+                              "</tuv><tuv lang='de'><seg>c</seg></tuv></tu>");
+  auto notes = [&tmx](TextMode mode) {
+    MemoryTmx source(tmx);
+    CTmxUnitReader reader(mode);
+    reader.Open(&source.file);
+    std::vector<std::string> found;
+    while (reader.ReadNextUnit())
+      for (INT_PTR i = 0; i < reader.GetVariantCount(); i++) found.push_back(Utf8(reader.GetVariant(i).m_strNote));
+    return found;
+  };
+  for (TextMode mode : {TextMode::Plain, TextMode::Markup})
+    EXPECT_EQ(notes(mode), (std::vector<std::string>{"U1\n\nU2\n\nV", "U1\n\nU2\n\nV", "U1\n\nU2"}));
+  EXPECT_EQ(notes(TextMode::Engine), (std::vector<std::string>{"U2\n\nV", "U2\n\nU2\n\nV", "U2"}));
+}
+
 TEST(LanguageRangeTest, BasicFilteringIgnoresCaseAndReadsUnderscoresAsHyphens) {
   const struct {
     LPCTSTR range, code;

@@ -1,12 +1,16 @@
 // A look at the first bytes of a document before it is parsed: whether its prolog holds a
-// document type declaration. The bytes looked at reach the parser all the same, replayed by an
-// input source over the original one, so that any input (standard input too) is read once.
+// document type declaration. The bytes looked at reach the parser all the same, replayed before
+// the rest, so that any input (standard input too) is read once.
 #pragma once
 
 #include <memory>
+#include <string_view>
+#include <vector>
 
 #include <xercesc/sax/InputSource.hpp>
 #include <xercesc/util/BinInputStream.hpp>
+
+#include "tmx/parsing/Bytes.h"
 
 // How much of a document the streaming reader looks at before choosing a scanner.
 constexpr size_t kPreviewBytes = 16384;
@@ -26,6 +30,7 @@ class CPreviewedInputSource : public xercesc::InputSource {
 
  private:
   mutable std::unique_ptr<xercesc::BinInputStream> m_pStream;
-  mutable std::unique_ptr<XMLByte[]> m_bytes;
-  size_t m_nBytes = 0;
+  Bytes m_bytes;
+  bool m_bAll = false;  // the bytes are the whole document
+  std::vector<std::string_view> m_parts;
 };

@@ -7,37 +7,20 @@
 
 using namespace xercesc;
 
-namespace {
-
-class PartsStream : public BinInputStream {
- public:
-  PartsStream(const std::vector<std::string_view>& parts, std::unique_ptr<BinInputStream> pRest)
-      : m_parts(parts), m_pRest(std::move(pRest)) {}
-  XMLFilePos curPos() const override { return m_nPos; }
-  XMLSize_t readBytes(XMLByte* const pToFill, const XMLSize_t nMaxToRead) override {
-    XMLSize_t nRead = 0;
-    while (nRead < nMaxToRead && m_nPart < m_parts.size()) {
-      const std::string_view part = m_parts[m_nPart];
-      const size_t nTaken = std::min(nMaxToRead - nRead, part.size() - m_nOffset);
-      if (nTaken != 0) std::memcpy(pToFill + nRead, part.data() + m_nOffset, nTaken);
-      nRead += nTaken;
-      m_nOffset += nTaken;
-      if (m_nOffset == part.size()) m_nPart++, m_nOffset = 0;
-    }
-    if (nRead == 0 && m_pRest) nRead = m_pRest->readBytes(pToFill, nMaxToRead);
-    m_nPos += nRead;
-    return nRead;
+XMLSize_t PartsStream::readBytes(XMLByte* const pToFill, const XMLSize_t nMaxToRead) {
+  XMLSize_t nRead = 0;
+  while (nRead < nMaxToRead && m_nPart < m_parts.size()) {
+    const std::string_view part = m_parts[m_nPart];
+    const size_t nTaken = std::min(nMaxToRead - nRead, part.size() - m_nOffset);
+    if (nTaken != 0) std::memcpy(pToFill + nRead, part.data() + m_nOffset, nTaken);
+    nRead += nTaken;
+    m_nOffset += nTaken;
+    if (m_nOffset == part.size()) m_nPart++, m_nOffset = 0;
   }
-  const XMLCh* getContentType() const override { return nullptr; }
-
- private:
-  const std::vector<std::string_view>& m_parts;
-  std::unique_ptr<BinInputStream> m_pRest;
-  size_t m_nPart = 0, m_nOffset = 0;
-  XMLFilePos m_nPos = 0;
-};
-
-}  // namespace
+  if (nRead == 0 && m_pRest) nRead = m_pRest->readBytes(pToFill, nMaxToRead);
+  m_nPos += nRead;
+  return nRead;
+}
 
 CPartsInputSource::CPartsInputSource(const InputSource& document)
     : InputSource(document.getSystemId(), document.getPublicId(), XMLPlatformUtils::fgMemoryManager) {}

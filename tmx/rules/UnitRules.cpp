@@ -23,8 +23,10 @@ UnitRules::UnitRules(UnitSink& sink, int& nKeyCounter, const CString* pFirstLang
 
 bool UnitRules::IsBody(LPCTSTR pszTagName, int nDepth) const {
   if (IsBilingual()) return xercesc::XMLString::equals(pszTagName, _T("body"));
-  return nDepth == 2 && NameIs(pszTagName, _T("body"));
+  return nDepth == 2 && NamesMultilingualBody(pszTagName);
 }
+
+bool UnitRules::NamesMultilingualBody(LPCTSTR pszTagName) { return NameIs(pszTagName, _T("body")); }
 
 bool UnitRules::LeftOutWhenFirst(short nNodeType) {
   switch (nNodeType) {
@@ -73,8 +75,17 @@ bool UnitRules::KeepsVariant() const {
   return SameCodeIgnoringCase(*m_pSecondLanguage, pszLanguage) || SameCodeIgnoringCase(*m_pFirstLanguage, pszLanguage);
 }
 
-void UnitRules::TakeNote(TextView text, CString& strNote) {
-  if (!text.empty()) strNote.SetString(text.data(), static_cast<int>(text.size()));
+void UnitRules::TakeNote(TextView text, CString& strNote) const {
+  if (text.empty()) return;
+  const CString note(text.data(), static_cast<int>(text.size()));
+  strNote = m_bRanges && !strNote.IsEmpty() ? Joined(strNote, note) : note;
+}
+
+// Two notes, two line feeds between them.
+CString UnitRules::Joined(const CString& strFirst, const CString& strSecond) {
+  CString joined;
+  joined.Format(IDS_NOTE_MERGE, strFirst.GetString(), strSecond.GetString());
+  return joined;
 }
 
 // The last child value becomes the text, unless the whole text content holds it and more: plain
@@ -88,15 +99,19 @@ bool UnitRules::ContentHoldsMore(TextView content, TextView value, bool bValueIs
              content.end();
 }
 
-// The unit note, two line feeds, then the variant's own note; the merged text is the own note
-// that a later seg of the same variant starts from.
+// The unit note, two line feeds, then the variant's own note. The builders' merged text is the
+// own note that a later seg of the same variant starts from; every other text files each seg
+// with the notes as the document has them.
 void UnitRules::File(TextView segment) {
-  if (m_strOwnNote.IsEmpty()) {
-    m_strOwnNote = m_strUnitNote;
-  } else if (!m_strUnitNote.IsEmpty()) {
-    CString merged;
-    merged.Format(IDS_NOTE_MERGE, m_strUnitNote.GetString(), m_strOwnNote.GetString());
-    m_strOwnNote = std::move(merged);
+  if (m_bRanges) {
+    m_strNote = m_strUnitNote.IsEmpty()  ? m_strOwnNote
+                : m_strOwnNote.IsEmpty() ? m_strUnitNote
+                                         : Joined(m_strUnitNote, m_strOwnNote);
+    return m_sink.FileVariant(m_nKey, m_language, segment, m_strNote);
   }
+  if (m_strOwnNote.IsEmpty())
+    m_strOwnNote = m_strUnitNote;
+  else if (!m_strUnitNote.IsEmpty())
+    m_strOwnNote = Joined(m_strUnitNote, m_strOwnNote);
   m_sink.FileVariant(m_nKey, m_language, segment, m_strOwnNote);
 }

@@ -44,6 +44,8 @@ class UnitRules {
   // bilingual rules take the first element whose tag name is exactly "body", at any depth; the
   // multilingual rules the first child element of the root named body in any case.
   bool IsBody(LPCTSTR pszTagName, int nDepth) const;
+  // The name the multilingual rules look for, which is also where pieces are cut.
+  static bool NamesMultilingualBody(LPCTSTR pszTagName);
   bool MayHoldBody(int nDepth) const { return IsBilingual() || nDepth < 2; }
   // The body chain leaves out body's first child node when it is text, CDATA, a comment or a PI.
   static bool LeftOutWhenFirst(short nNodeType);
@@ -59,7 +61,9 @@ class UnitRules {
   static bool IsUnitId(LPCTSTR pszAttributeName);
 
   void BeginUnit() { m_strUnitNote.Empty(); }
-  // A note's text content replaces the note it is for, unless it is empty.
+  // A note's text content, unless it is empty, replaces the note it is for (the builders' rules)
+  // or follows it (in every other text, where a variant has the unit's notes, then its own, each
+  // once, a blank line between two).
   void UnitNote(TextView text) { TakeNote(text, m_strUnitNote); }
   // The language as a view of text that ends in a zero, or an empty view for none.
   void BeginVariant(TextView language);
@@ -78,7 +82,8 @@ class UnitRules {
 
  private:
   bool KeepsVariant() const;
-  static void TakeNote(TextView text, CString& strNote);
+  void TakeNote(TextView text, CString& strNote) const;
+  static CString Joined(const CString& strFirst, const CString& strSecond);
   template <class Content>
   static TextView WholeSegmentText(const SegSummary& seg, Content wholeContent) {
     if (!seg.lastValue) return {};
@@ -96,4 +101,5 @@ class UnitRules {
   TextView m_language;
   CString m_strUnitNote;
   CString m_strOwnNote;
+  CString m_strNote;  // a variant's notes joined, where a seg is filed with them
 };
