@@ -83,8 +83,21 @@ bool IsDirectory(std::FILE* file) {
 bool IsTerminal(std::FILE* file) { return _isatty(_fileno(file)) != 0; }
 
 std::string ParserPath(const std::string& path, std::FILE*) { return path; }
+
+CpuTimes ProcessorTimes() {
+  FILETIME created, exited, kernel, user;
+  auto seconds = [](const FILETIME& kernel, const FILETIME& user) {
+    auto ticks = [](const FILETIME& t) { return (static_cast<uint64_t>(t.dwHighDateTime) << 32) | t.dwLowDateTime; };
+    return static_cast<double>(ticks(kernel) + ticks(user)) / 1e7;  // 100 ns ticks
+  };
+  CpuTimes times;
+  if (GetThreadTimes(GetCurrentThread(), &created, &exited, &kernel, &user)) times.thread = seconds(kernel, user);
+  if (GetProcessTimes(GetCurrentProcess(), &created, &exited, &kernel, &user)) times.process = seconds(kernel, user);
+  return times;
+}
 #else
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -140,6 +153,15 @@ bool IsDirectory(std::FILE* file) {
 }
 
 bool IsTerminal(std::FILE* file) { return isatty(fileno(file)) != 0; }
+
+CpuTimes ProcessorTimes() {
+  auto seconds = [](int who) {
+    struct rusage usage {};
+    getrusage(who, &usage);
+    return usage.ru_utime.tv_sec + usage.ru_stime.tv_sec + (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+  };
+  return {seconds(RUSAGE_THREAD), seconds(RUSAGE_SELF)};
+}
 
 // The parser takes paths as UTF-16 text: a name that is not UTF-8 would not survive the trip.
 std::string ParserPath(const std::string& path, std::FILE* file) {

@@ -43,6 +43,12 @@ std::optional<uint64_t> RegularFileSize(std::FILE* file);
 bool IsDirectory(std::FILE* file);
 bool IsTerminal(std::FILE* file);
 
+// The processor time the calling thread and the whole process have taken so far, in seconds.
+struct CpuTimes {
+  double thread = 0, process = 0;
+};
+CpuTimes ProcessorTimes();
+
 // A path by which the parser opens the open file named path: the name itself when the parser
 // can take it (UTF-8, as every Windows name is), else, on Linux, the file's descriptor.
 std::string ParserPath(const std::string& path, std::FILE* file);

@@ -42,11 +42,22 @@ void GuardedReader::setProperty(const XMLCh* const pszName, void* pValue) {
   if (XMLString::compareIStringASCII(pszName, XMLUni::fgXercesSecurityManager) == 0) {
     m_pHostManager = static_cast<SecurityManager*>(pValue);
     m_pLimit = dynamic_cast<const CEntityExpansionLimit*>(m_pHostManager);
-    if (m_pLimit) setFeature(XMLUni::fgXercesCalculateSrcOfs, true);  // the bytes read are the measure
   } else {
     SAX2XMLReaderImpl::setProperty(pszName, pValue);
   }
   UseSecurityManager();  // a new scanner takes over its predecessor's
+}
+
+void GuardedReader::setFeature(const XMLCh* const pszName, const bool bValue) {
+  if (XMLString::compareIStringASCII(pszName, XMLUni::fgXercesCalculateSrcOfs) != 0)
+    return SAX2XMLReaderImpl::setFeature(pszName, bValue);
+  m_bHostCountsOffsets = bValue;
+  UseSecurityManager();
+}
+
+bool GuardedReader::getFeature(const XMLCh* const pszName) const {
+  if (XMLString::compareIStringASCII(pszName, XMLUni::fgXercesCalculateSrcOfs) == 0) return m_bHostCountsOffsets;
+  return SAX2XMLReaderImpl::getFeature(pszName);
 }
 
 void* GuardedReader::getProperty(const XMLCh* const pszName) const {
@@ -59,6 +70,7 @@ void GuardedReader::UseSecurityManager() {
                                         XMLUni::fgWFXMLScanner);
   SecurityManager* pManager = bPlain ? nullptr : m_pLimit ? &m_openings : m_pHostManager;
   SAX2XMLReaderImpl::setProperty(XMLUni::fgXercesSecurityManager, pManager);
+  SAX2XMLReaderImpl::setFeature(XMLUni::fgXercesCalculateSrcOfs, m_bHostCountsOffsets || (!bPlain && m_pLimit));
 }
 
 void GuardedReader::parse(const InputSource& source) {

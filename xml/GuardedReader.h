@@ -21,8 +21,12 @@ class GuardedReader : public xercesc::SAX2XMLReaderImpl {
   ~GuardedReader() override;
 
   // The security manager reads back as the host set it; the scanner gets the one that suits it.
+  // So does counting source offsets, which the measure of expansion needs where a DTD may declare
+  // entities (and nowhere else, where it would only cost).
   void setProperty(const XMLCh* const pszName, void* pValue) override;
   void* getProperty(const XMLCh* const pszName) const override;
+  void setFeature(const XMLCh* const pszName, const bool bValue) override;
+  bool getFeature(const XMLCh* const pszName) const override;
   // The parses the library runs: under a limit, the reader hears every event it needs, whichever
   // handlers a host set or took away.
   void parse(const xercesc::InputSource& source) override;
@@ -80,6 +84,7 @@ class GuardedReader : public xercesc::SAX2XMLReaderImpl {
   xercesc::DOMDocument* m_pDocument = nullptr;  // where the DOM's refusals are made
   xercesc::SecurityManager* m_pHostManager = nullptr;
   const CEntityExpansionLimit* m_pLimit = nullptr;  // when the host's manager is one
+  bool m_bHostCountsOffsets = false;
   // Under a limit, the scanner counts the entities it opens against this: it opens them in
   // attribute values without a word, and a count is the one thing that stops it there.
   xercesc::SecurityManager m_openings;

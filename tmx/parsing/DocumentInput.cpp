@@ -36,56 +36,96 @@ namespace {
 
 using State = CDocumentInputSource::State;
 
+// Bytes go to the parser where it wants them, checked there; only the bytes read to sense the
+// encoding, and those that replacing makes, pass through a buffer of the stream's own.
 class DocumentStream : public BinInputStream {
  public:
   DocumentStream(std::unique_ptr<BinInputStream> pSource, std::shared_ptr<State> pState)
       : m_pSource(std::move(pSource)), m_pState(std::move(pState)) {}
   XMLFilePos curPos() const override { return m_nPos; }
   XMLSize_t readBytes(XMLByte* const pToFill, const XMLSize_t nMaxToRead) override {
-    while (m_nOut == m_out.size() && !m_pState->bEnded) Refill();
-    const size_t n = std::min<size_t>(nMaxToRead, m_out.size() - m_nOut);
-    if (n != 0) std::memcpy(pToFill, m_out.data() + m_nOut, n);
-    m_nOut += n;
+    auto* p = reinterpret_cast<char*>(pToFill);
+    size_t n = 0;
+    while (n == 0 && !(m_pState->bEnded && m_nOut == m_out.size())) {
+      if (!m_pCheck) Sense();
+      n = m_nOut < m_out.size() || !m_in.empty() || m_pState->bReplace || nMaxToRead < 8 ? FromBuffer(p, nMaxToRead)
+                                                                                            : InPlace(p, nMaxToRead);
+    }
     m_nPos += n;
     return n;
   }
   const XMLCh* getContentType() const override { return m_pSource->getContentType(); }
 
  private:
-  // Reads on from the source and checks what it gave; until the encoding is known, only reads.
-  void Refill() {
-    m_out.clear();
-    m_nOut = 0;
-    const size_t nHeld = m_in.size();
-    m_in.resize(nHeld + kReadBytes);
-    size_t nRead = 0;
+  // Reads up to n bytes from the source to p; 0 at its end, or where it fails.
+  size_t FromSource(char* p, size_t n) {
     try {
-      nRead = m_pSource->readBytes(reinterpret_cast<XMLByte*>(m_in.data() + nHeld), kReadBytes);
+      return m_pSource->readBytes(reinterpret_cast<XMLByte*>(p), n);
     } catch (...) {
       m_pState->failure.sourceError = std::current_exception();
       m_pState->bFailed = true;
+      return 0;
     }
-    m_in.resize(nHeld + nRead);
+  }
+
+  // The first bytes, as many as the parser looks at first, tell the encoding.
+  void Sense() {
+    while (m_in.size() < kSenseBytes) {
+      const size_t nHeld = m_in.size();
+      m_in.resize(nHeld + kReadBytes);
+      const size_t nRead = FromSource(m_in.data() + nHeld, kReadBytes);
+      m_in.resize(nHeld + nRead);
+      if (nRead == 0) break;
+    }
+    m_bSourceEnded = m_in.size() < kSenseBytes;
+    m_pState->encoding = m_pState->bForcedEncoding ? DocumentEncoding() : SenseEncoding(m_in.data(), m_in.size(), m_bSourceEnded);
+    m_pCheck = std::make_unique<TextCheck>(m_pState->encoding, m_pState->bReplace);
+  }
+
+  size_t InPlace(char* p, size_t nMax) {
+    const size_t nCarried = m_carry.size();
+    std::memcpy(p, m_carry.data(), nCarried);
+    m_carry.clear();
+    const size_t nRead = m_bSourceEnded ? 0 : FromSource(p + nCarried, nMax - nCarried);
+    const size_t n = nCarried + nRead;
     const bool bLast = nRead == 0;
-    if (!m_pCheck && !Sense(bLast)) return;
-    const size_t nTaken = m_pCheck->Take(m_in.data(), m_in.size(), bLast, m_out);
-    m_in.erase(m_in.begin(), m_in.begin() + static_cast<std::ptrdiff_t>(nTaken));
-    m_pState->nReplaced = m_pCheck->Replaced();
+    const size_t nTaken = m_pCheck->Take(p, n, bLast, nullptr);
+    if (nTaken < n && m_pCheck->Problem().empty()) m_carry.assign(p + nTaken, p + n);
+    Ended(bLast);
+    return nTaken;
+  }
+
+  size_t FromBuffer(char* p, size_t nMax) {
+    if (m_nOut == m_out.size()) {
+      m_out.clear();
+      m_nOut = 0;
+      const size_t nHeld = m_in.size();
+      bool bLast = m_bSourceEnded;
+      if (nHeld < kReadBytes && !bLast) {
+        m_in.resize(nHeld + kReadBytes);
+        const size_t nRead = FromSource(m_in.data() + nHeld, kReadBytes);
+        m_in.resize(nHeld + nRead);
+        bLast = nRead == 0;
+      }
+      const size_t nTaken = m_pCheck->Take(m_in.data(), m_in.size(), bLast, &m_out);
+      m_in.erase(m_in.begin(), m_in.begin() + static_cast<std::ptrdiff_t>(nTaken));
+      m_pState->nReplaced = m_pCheck->Replaced();
+      Ended(bLast && m_in.empty());
+    }
+    const size_t n = std::min(nMax, m_out.size() - m_nOut);
+    std::memcpy(p, m_out.data() + m_nOut, n);
+    m_nOut += n;
+    return n;
+  }
+
+  // The bytes end at the end of the source, or where it failed, or a byte was wrong.
+  void Ended(bool bLast) {
     if (!m_pCheck->Problem().empty()) {
       m_pState->failure.problem = m_pCheck->Problem();
       m_pState->bFailed = true;
     }
-    if (bLast || m_pState->bFailed) End();
-  }
-
-  bool Sense(bool bLast) {
-    if (m_in.size() < kSenseBytes && !bLast) return false;
-    m_pState->encoding = m_pState->bForcedEncoding ? DocumentEncoding() : SenseEncoding(m_in.data(), m_in.size(), bLast);
-    m_pCheck = std::make_unique<TextCheck>(m_pState->encoding, m_pState->bReplace);
-    return true;
-  }
-
-  void End() {
+    m_bSourceEnded = m_bSourceEnded || bLast;
+    if (!(bLast || m_pState->bFailed) || m_pState->bEnded) return;
     m_pState->bEnded = true;
     if (m_pState->bFailed)
       m_pState->failure.at = m_pState->encoding.layout == ByteLayout::kOther ? TextPosition{0, 0} : m_pCheck->Position();
@@ -94,8 +134,10 @@ class DocumentStream : public BinInputStream {
   std::unique_ptr<BinInputStream> m_pSource;
   std::shared_ptr<State> m_pState;
   std::unique_ptr<TextCheck> m_pCheck;
-  Bytes m_in, m_out;
+  bool m_bSourceEnded = false;
+  Bytes m_in, m_out;  // read and not yet checked; checked and not yet given
   size_t m_nOut = 0;
+  std::string m_carry;  // a character the last bytes given in place ended in the middle of
   XMLFilePos m_nPos = 0;
 };
 

@@ -47,6 +47,21 @@ bool AllAscii(const unsigned char* p) {
   return (word & 0x8080808080808080ull) == 0;
 }
 
+// The line feeds among the bytes, eight at a time.
+unsigned long long LineFeeds(const unsigned char* p, size_t n) {
+  constexpr uint64_t kOnes = 0x0101010101010101, kLow7 = 0x7F7F7F7F7F7F7F7F;
+  unsigned long long nFeeds = 0;
+  size_t i = 0;
+  for (uint64_t word; i + 8 <= n; i += 8) {
+    std::memcpy(&word, p + i, 8);
+    const uint64_t x = word ^ (kOnes * '\n');  // a zero byte where a line feed was
+    const uint64_t zero = ~(((x & kLow7) + kLow7) | x | kLow7);  // 0x80 in each such byte, exactly
+    nFeeds += ((zero >> 7) * kOnes) >> 56;                          // summed by the multiply
+  }
+  for (; i < n; i++) nFeeds += p[i] == '\n';
+  return nFeeds;
+}
+
 std::string Hex(unsigned char c) {
   static const char kDigits[] = "0123456789ABCDEF";
   return std::string("0x") + kDigits[c >> 4] + kDigits[c & 0xF];
@@ -56,26 +71,29 @@ std::string Hex(unsigned char c) {
 
 TextCheck::TextCheck(const DocumentEncoding& encoding, bool bReplace) : m_encoding(encoding), m_bReplace(bReplace) {}
 
-size_t TextCheck::Take(const char* pBytes, size_t n, bool bLast, Bytes& out) {
+size_t TextCheck::Take(const char* pBytes, size_t n, bool bLast, Bytes* pOut) {
+  auto emit = [pOut](const char* p, size_t nBytes) {
+    if (pOut) pOut->insert(pOut->end(), p, p + nBytes);
+  };
   if (m_encoding.layout == ByteLayout::kOther) {  // bytes as they come: nothing to check or count
-    out.insert(out.end(), pBytes, pBytes + n);
+    emit(pBytes, n);
     return n;
   }
   const auto* p = reinterpret_cast<const unsigned char*>(pBytes);
   size_t i = 0;
   while (i < n && m_problem.empty()) {
     const size_t nGood = Checked(p + i, n - i);
-    out.insert(out.end(), pBytes + i, pBytes + i + nGood);
+    emit(pBytes + i, nGood);
     Count(p + i, nGood);
     i += nGood;
     if (i == n) break;
     const bool bCutShort = m_encoding.layout == ByteLayout::kNarrow ? CharacterLength(p + i, n - i) == 0 : n - i == 1;
     if (bCutShort && !bLast) break;  // the rest of the character comes with the next bytes
     if (m_encoding.layout != ByteLayout::kNarrow) {  // an odd byte at the very end: the parser's to judge
-      out.push_back(pBytes[i++]);
+      emit(pBytes + i++, 1);
       break;
     }
-    if (!Wrong(p[i], out)) break;
+    if (!Wrong(p[i], pOut)) break;
     i++;
   }
   return i;
@@ -102,12 +120,12 @@ size_t TextCheck::Checked(const unsigned char* p, size_t n) const {
 }
 
 // A byte the parser would refuse: read as U+FFFD, or the end of the bytes.
-bool TextCheck::Wrong(unsigned char c, Bytes& out) {
+bool TextCheck::Wrong(unsigned char c, Bytes* pOut) {
   if (!m_bReplace) {
     m_problem = "byte " + Hex(c) + " is not " + (m_encoding.check == Check::kAscii ? "US-ASCII" : "UTF-8");
     return false;
   }
-  out.insert(out.end(), kReplacement, kReplacement + 3);
+  pOut->insert(pOut->end(), kReplacement, kReplacement + 3);
   m_nReplaced++;
   m_nColumn++;
   m_bAfterCR = false;
@@ -123,7 +141,7 @@ void TextCheck::Count(const unsigned char* p, size_t n) {
   if (m_encoding.layout != ByteLayout::kNarrow || m_encoding.bXml11) return CountEach(p, n);
   const auto* pCR = static_cast<const unsigned char*>(std::memchr(p, '\r', n));
   if (pCR == nullptr && !m_bAfterCR) {
-    m_nLine += static_cast<unsigned long long>(std::count(p, p + n, '\n'));
+    m_nLine += LineFeeds(p, n);
   } else {
     for (size_t i = 0; i < n; i++)
       if (p[i] == '\r' || (p[i] == '\n' && !(i == 0 ? m_bAfterCR : p[i - 1] == '\r'))) m_nLine++;

@@ -20,10 +20,11 @@ class TextCheck {
   TextCheck(const DocumentEncoding& encoding, bool bReplace);
 
   // Checks the bytes from p on, which follow those taken before, and appends what the parser is
-  // to read to out. Returns how many it took: all of them but a character they end in the middle
-  // of (to be given again with the bytes that follow), unless they are the last (bLast); or those
-  // before the first byte that is wrong, when not replacing (then Problem() says why).
-  size_t Take(const char* p, size_t n, bool bLast, Bytes& out);
+  // to read to out; without out (when not replacing) the parser reads them where they are.
+  // Returns how many it took: all of them but a character they end in the middle of (to be
+  // given again with the bytes that follow), unless they are the last (bLast); or those before
+  // the first byte that is wrong, when not replacing (then Problem() says why).
+  size_t Take(const char* p, size_t n, bool bLast, Bytes* pOut);
 
   // Where the next byte would be, and why the bytes end when one was wrong.
   TextPosition Position() const { return {m_nLine, m_nColumn}; }
@@ -32,7 +33,7 @@ class TextCheck {
 
  private:
   size_t Checked(const unsigned char* p, size_t n) const;
-  bool Wrong(unsigned char c, Bytes& out);
+  bool Wrong(unsigned char c, Bytes* pOut);
   void Count(const unsigned char* p, size_t n);
   void CountEach(const unsigned char* p, size_t n);
   unsigned long long Units(const unsigned char* p, size_t n) const;

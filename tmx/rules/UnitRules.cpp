@@ -77,8 +77,10 @@ bool UnitRules::KeepsVariant() const {
 
 void UnitRules::TakeNote(TextView text, CString& strNote) const {
   if (text.empty()) return;
-  const CString note(text.data(), static_cast<int>(text.size()));
-  strNote = m_bRanges && !strNote.IsEmpty() ? Joined(strNote, note) : note;
+  if (m_bRanges && !strNote.IsEmpty())
+    strNote = Joined(strNote, CString(text.data(), static_cast<int>(text.size())));
+  else
+    strNote.SetString(text.data(), static_cast<int>(text.size()));
 }
 
 // Two notes, two line feeds between them.
@@ -104,9 +106,9 @@ bool UnitRules::ContentHoldsMore(TextView content, TextView value, bool bValueIs
 // with the notes as the document has them.
 void UnitRules::File(TextView segment) {
   if (m_bRanges) {
-    m_strNote = m_strUnitNote.IsEmpty()  ? m_strOwnNote
-                : m_strOwnNote.IsEmpty() ? m_strUnitNote
-                                         : Joined(m_strUnitNote, m_strOwnNote);
+    if (m_strUnitNote.IsEmpty() || m_strOwnNote.IsEmpty())
+      return m_sink.FileVariant(m_nKey, m_language, segment, m_strUnitNote.IsEmpty() ? m_strOwnNote : m_strUnitNote);
+    m_strNote = Joined(m_strUnitNote, m_strOwnNote);
     return m_sink.FileVariant(m_nKey, m_language, segment, m_strNote);
   }
   if (m_strOwnNote.IsEmpty())
