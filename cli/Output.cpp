@@ -51,15 +51,15 @@ Output::~Output() {
   }
 }
 
-char* Output::Reserve(size_t n) {
+char* TextWriter::Reserve(size_t n) {
   if (m_nUsed + n > kCapacity) Flush();
   return m_buffer.get() + m_nUsed;
 }
 
-Output& Output::Raw(const char* p, size_t n) {
+TextWriter& TextWriter::Raw(const char* p, size_t n) {
   if (n > kCapacity / 2) {  // large blocks go out directly, not through the buffer
     Flush();
-    Write(p, n);
+    Emit(p, n);
   } else {
     std::memcpy(Reserve(n), p, n);
     m_nUsed += n;
@@ -67,13 +67,13 @@ Output& Output::Raw(const char* p, size_t n) {
   return *this;
 }
 
-void Output::Flush() {
+void TextWriter::Flush() {
   const size_t n = m_nUsed;
   m_nUsed = 0;
-  Write(m_buffer.get(), n);
+  if (n) Emit(m_buffer.get(), n);
 }
 
-void Output::Write(const char* p, size_t n) {
+void Output::Emit(const char* p, size_t n) {
   if (n && std::fwrite(p, 1, n, m_file) != n) throw OutputError(m_name, "cannot write", errno);
 }
 
@@ -86,7 +86,7 @@ void Output::Finish() {
 // the buffer; escape(c, p) may write an escaped form of an ASCII code unit at p, advance p and
 // return true; plain(word) tells that four ASCII units need no escape.
 template <class Escape, class Plain>
-Output& Output::Utf8(LPCTSTR psz, size_t nLength, Escape escape, Plain plain) {
+TextWriter& TextWriter::Utf8(LPCTSTR psz, size_t nLength, Escape escape, Plain plain) {
   for (size_t i = 0; i < nLength;) {
     const size_t nEnd = i + std::min(kSlice, nLength - i);  // a pair across the end goes whole
     char* const pStart = Reserve(kMaxBytesPerUnit * (nEnd - i + 1));
@@ -115,7 +115,7 @@ char* Put(char* p, const char* text) {
 
 }  // namespace
 
-Output& Output::Json(LPCTSTR psz, size_t nLength) {
+TextWriter& TextWriter::Json(LPCTSTR psz, size_t nLength) {
   Raw("\"", 1);
   Utf8(psz, nLength, [](char32_t c, char*& p) {
     if (c >= 0x20 && c != '"' && c != '\\') return false;  // the usual case, decided without a jump
@@ -137,7 +137,7 @@ Output& Output::Json(LPCTSTR psz, size_t nLength) {
   return Raw("\"", 1);
 }
 
-Output& Output::Field(const CString& str) {
+TextWriter& TextWriter::Field(const CString& str) {
   return Utf8(str.GetString(), static_cast<size_t>(str.GetLength()), [](char32_t c, char*& p) {
     switch (c) {
       case '\\': p = Put(p, "\\\\"); return true;
@@ -149,7 +149,7 @@ Output& Output::Field(const CString& str) {
   }, [](uint64_t v) { return !AnyBelow(v, '\r' + 1) && !AnyEqual(v, '\\'); });
 }
 
-Output& Output::Text(const CString& str) {
+TextWriter& TextWriter::Text(const CString& str) {
   return Utf8(str.GetString(), static_cast<size_t>(str.GetLength()), [](char32_t, char*&) { return false; },
               [](uint64_t) { return true; });
 }

@@ -1,7 +1,7 @@
 // The text forms of a unit that `units` and `export` share, so that their outputs agree byte
 // for byte: the JSON object {"key":K,"variants":[{"language":…,"segment":…,"note":…},…]} (with
 // "tuid":… after the key when a unit id is given) and the tab-separated lines KEY LANGUAGE SEGMENT
-// NOTE, one a variant (escaped as Output::Field says).
+// NOTE, one a variant (escaped as TextWriter::Field says).
 #pragma once
 
 #include "cli/Output.h"
@@ -9,7 +9,7 @@
 
 // variant(i) gives the unit's i-th variant as a CTmxTUV.
 template <class Variant>
-void WriteJsonUnit(Output& out, int nKey, LPCTSTR pszUnitId, INT_PTR nVariants, Variant variant) {
+void WriteJsonUnit(TextWriter& out, int nKey, LPCTSTR pszUnitId, INT_PTR nVariants, Variant variant) {
   out << "{\"key\":" << nKey;
   if (pszUnitId) (out << ",\"tuid\":").Json(pszUnitId, std::char_traits<TCHAR>::length(pszUnitId));
   out << ",\"variants\":[";
@@ -24,7 +24,7 @@ void WriteJsonUnit(Output& out, int nKey, LPCTSTR pszUnitId, INT_PTR nVariants, 
 }
 
 template <class Variant>
-void WriteTextUnit(Output& out, int nKey, INT_PTR nVariants, Variant variant) {
+void WriteTextUnit(TextWriter& out, int nKey, INT_PTR nVariants, Variant variant) {
   for (INT_PTR i = 0; i < nVariants; i++) {
     const CTmxTUV& tuv = variant(i);
     out << nKey << "\t";

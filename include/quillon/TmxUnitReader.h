@@ -11,6 +11,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include <xercesc/sax/InputSource.hpp>
 #include <xercesc/sax2/SAX2XMLReader.hpp>
@@ -21,6 +22,19 @@
 class CTmxUnitStream;
 class CTmxUnitReader;
 
+// A unit as a reader shows it: its key, its tu's id and its variants in document order.
+class AFX_EXT_CLASS CTmxUnitView {
+ public:
+  virtual int GetKey() const = 0;
+  virtual INT_PTR GetVariantCount() const = 0;
+  virtual const CTmxTUV& GetVariant(INT_PTR nIndex) const = 0;  // a guarded index
+  // The tuid attribute of the unit's tu (its name in any case); null when it has none.
+  virtual LPCTSTR GetUnitId() const = 0;
+
+ protected:
+  ~CTmxUnitView() = default;
+};
+
 // What CTmxUnitReader::ReadUnits hands each unit to: during the call, the reader's GetKey,
 // GetVariantCount and GetVariant describe the unit.
 class AFX_EXT_CLASS CTmxUnitHandler {
@@ -29,7 +43,25 @@ class AFX_EXT_CLASS CTmxUnitHandler {
   virtual void OnUnit(const CTmxUnitReader& reader) = 0;
 };
 
-class AFX_EXT_CLASS CTmxUnitReader {
+// What CTmxUnitReader::ReadFormatted makes of each unit where the unit is read: in a read in
+// pieces on the thread that parsed its piece, so that the caller's thread only passes finished
+// output on. Each thread formats with a clone of its own; one parser formats on the caller's.
+class AFX_EXT_CLASS CTmxUnitFormatter {
+ public:
+  virtual ~CTmxUnitFormatter() = default;
+  virtual std::unique_ptr<CTmxUnitFormatter> Clone() const = 0;
+  // Appends what the unit becomes to out, which may stay empty.
+  virtual void Format(const CTmxUnitView& unit, std::string& out) = 0;
+};
+
+// Where ReadFormatted hands each unit's output, on the caller's thread, in document order.
+class AFX_EXT_CLASS CTmxOutputHandler {
+ public:
+  virtual ~CTmxOutputHandler() = default;
+  virtual void OnOutput(const char* pBytes, size_t nBytes) = 0;
+};
+
+class AFX_EXT_CLASS CTmxUnitReader : public CTmxUnitView {
  public:
   // What a segment's text is.
   enum class TextMode {
@@ -103,14 +135,16 @@ class AFX_EXT_CLASS CTmxUnitReader {
   // which is faster than stepping from unit to unit. Errors leave as from ReadNextUnit; so does
   // what the handler throws, which ends the read. The handler must not Open another document.
   BOOL ReadUnits(CTmxUnitHandler& handler);
+  // Reads the units that remain as ReadUnits does, each made into output by the formatter (or a
+  // clone of it) and handed to the handler in document order. Shown by no read afterwards.
+  BOOL ReadFormatted(CTmxUnitFormatter& formatter, CTmxOutputHandler& handler);
   // The unit just read, valid until the next read: its key and its variants in document order.
   // It is the unit that ReadNextUnit returned TRUE for, or in ReadUnits the handler's; after any
   // other read there is none (no variants).
-  int GetKey() const;
-  INT_PTR GetVariantCount() const;
-  const CTmxTUV& GetVariant(INT_PTR nIndex) const;  // a guarded index
-  // The tuid attribute of the unit's tu (its name in any case); null when it has none.
-  LPCTSTR GetUnitId() const;
+  int GetKey() const override;
+  INT_PTR GetVariantCount() const override;
+  const CTmxTUV& GetVariant(INT_PTR nIndex) const override;
+  LPCTSTR GetUnitId() const override;
   // What the matching builder returns for the document, once ReadNextUnit has returned FALSE:
   // FALSE when the bilingual rules found no body.
   BOOL GetResult() const;

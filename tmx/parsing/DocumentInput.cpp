@@ -84,7 +84,7 @@ class DocumentStream : public BinInputStream {
 
   size_t InPlace(char* p, size_t nMax) {
     const size_t nCarried = m_carry.size();
-    std::memcpy(p, m_carry.data(), nCarried);
+    if (nCarried != 0) std::memcpy(p, m_carry.data(), nCarried);
     m_carry.clear();
     const size_t nRead = m_bSourceEnded ? 0 : FromSource(p + nCarried, nMax - nCarried);
     const size_t n = nCarried + nRead;
@@ -113,7 +113,7 @@ class DocumentStream : public BinInputStream {
       Ended(bLast && m_in.empty());
     }
     const size_t n = std::min(nMax, m_out.size() - m_nOut);
-    std::memcpy(p, m_out.data() + m_nOut, n);
+    if (n != 0) std::memcpy(p, m_out.data() + m_nOut, n);
     m_nOut += n;
     return n;
   }

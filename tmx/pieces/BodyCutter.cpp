@@ -1,6 +1,7 @@
 #include "tmx/pieces/BodyCutter.h"
 
 #include <type_traits>
+#include <utility>
 
 #include "tmx/parsing/CodeUnits.h"
 #include "tmx/parsing/MarkupScanner.h"
@@ -16,7 +17,10 @@ class Cutter final : public BodyCutter {
   explicit Cutter(size_t nMarkBytes) : m_scanner(nMarkBytes) {}
 
   size_t Scan(const char* p, size_t n, size_t nMinimum) override;
-  void Cut(size_t nOffset) override { m_scanner.Shift(nOffset); }
+  size_t Cut(size_t nOffset) override {
+    m_scanner.Shift(nOffset);
+    return std::exchange(m_nUnits, 0);
+  }
   bool Ended() const override { return m_phase == Phase::kEnded; }
   size_t FrameBytes() const override { return m_nFrameBytes; }
   const std::string& Suffix() const override { return m_suffix; }
@@ -31,10 +35,13 @@ class Cutter final : public BodyCutter {
   void InHead(const char* p, Markup markup);
   void FindsBody(const char* p, std::string_view name);
   bool NamesBody(std::string_view name) const;
+  bool NamesUnit(std::string_view name) const;
+  static std::basic_string<TCHAR> Text(std::string_view name);
 
   MarkupScanner<Code> m_scanner;
   Phase m_phase = Phase::kProlog;
   int m_nDepth = 0;  // open elements below the root before body, below body in it
+  size_t m_nUnits = 0;  // since the last cut
   // The frame.
   size_t m_nFrameBytes = 0, m_nBodyEndTagUnits = 0;
   std::string m_rootName, m_suffix;
@@ -52,9 +59,10 @@ size_t Cutter<Code>::Scan(const char* p, size_t n, size_t nMinimum) {
       InProlog(p, markup);
     } else if (m_phase == Phase::kHead) {
       InHead(p, markup);
-    } else if (markup == Markup::kEndTag || markup == Markup::kStartTag) {
+    } else if (markup == Markup::kEndTag || markup == Markup::kStartTag || markup == Markup::kEmptyTag) {
       if (markup == Markup::kEndTag && m_nDepth == 0) break;  // body ends
-      m_nDepth += markup == Markup::kStartTag ? 1 : -1;
+      if (markup != Markup::kEndTag && m_nDepth == 0 && NamesUnit(m_scanner.TagName(p))) m_nUnits++;
+      m_nDepth += markup == Markup::kStartTag ? 1 : markup == Markup::kEndTag ? -1 : 0;
     } else if (markup == Markup::kDocumentType) {
       break;
     }
@@ -107,10 +115,21 @@ void Cutter<Code>::FindsBody(const char*, std::string_view name) {
 }
 
 template <class Code>
-bool Cutter<Code>::NamesBody(std::string_view name) const {
+std::basic_string<TCHAR> Cutter<Code>::Text(std::string_view name) {
   std::basic_string<TCHAR> units;
   for (size_t i = 0; i < name.size(); i += W) units += static_cast<TCHAR>(Code::At(name.data(), i));
-  return UnitRules::NamesMultilingualBody(units.c_str());
+  return units;
+}
+
+template <class Code>
+bool Cutter<Code>::NamesBody(std::string_view name) const {
+  return UnitRules::NamesMultilingualBody(Text(name).c_str());
+}
+
+// Only a name of two units may be tu: the common case asks for no string.
+template <class Code>
+bool Cutter<Code>::NamesUnit(std::string_view name) const {
+  return name.size() == 2 * W && UnitRules::NamesUnit(Text(name).c_str());
 }
 
 }  // namespace

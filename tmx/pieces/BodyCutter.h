@@ -23,8 +23,9 @@ class BodyCutter {
   // Reads on through pBytes[0, nSize): the bytes since the last cut, the earlier ones as the last
   // call saw them. Returns the first cut at or after nMinimum, or 0 when there is none yet.
   virtual size_t Scan(const char* pBytes, size_t nSize, size_t nMinimum) = 0;
-  // The bytes before nOffset, a cut that Scan returned, are gone.
-  virtual void Cut(size_t nOffset) = 0;
+  // The bytes before nOffset, a cut that Scan returned, are gone; returns the units (tu
+  // elements, children of body) among them, as the rules count units.
+  virtual size_t Cut(size_t nOffset) = 0;
 
   // No more cuts: body has ended, or the cutter gave up.
   virtual bool Ended() const = 0;

@@ -15,6 +15,7 @@ struct Piece {
   Bytes bytes;
   unsigned long long nStart = 0;  // where its bytes lie in the document
   bool bFirst = false;            // it holds the document's start, frame included
+  int nKeysBefore = 0, nUnitsCut = 0;  // units before it and in it, as the cutter counted them
   // What its parser found.
   bool bRead = false;  // parsed to its end, which is where body's content went on
   UnitStore units;

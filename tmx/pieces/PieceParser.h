@@ -4,16 +4,21 @@
 #pragma once
 
 #include "tmx/pieces/Piece.h"
+#include "tmx/stream/ShownUnit.h"
 #include "tmx/stream/UnitParser.h"
 
 class PieceParser : private UnitEnds {
  public:
-  PieceParser(const UnitReading& reading, const ParserSettings& settings);
+  // With a formatter, the units of each piece read are made into output here too.
+  PieceParser(const UnitReading& reading, const ParserSettings& settings, CTmxUnitFormatter* pFormatter);
   // Never throws: a piece that cannot be read is left unread.
   void Read(Piece& piece, const PieceFrame& frame) noexcept;
 
  private:
   void UnitRead() override {}
+  void Format(Piece& piece);
 
   UnitParser m_parser;
+  CTmxUnitFormatter* m_pFormatter;
+  ShownUnit m_shown;
 };

@@ -16,13 +16,14 @@ constexpr size_t kLargestPieceSize = size_t(1) << 28;
 
 // Nothing is read here: the cutting thread reads from the start.
 PieceScheduler::PieceScheduler(const UnitReading& reading, StreamParser& host, CDocumentInputSource& document,
-                               int nJobs, size_t nPieceBytes)
+                               int nJobs, size_t nPieceBytes, const CTmxUnitFormatter* pFormatter)
     : m_reading(reading),
       m_settings(host.Settings()),
       m_bLoadsExternalSubsets(host.Get().getFeature(XMLUni::fgXercesLoadExternalDTD)),
       m_document(document),
       m_nJobs(static_cast<size_t>(std::max(nJobs, 1))),
       m_nPieceBytes(std::clamp<size_t>(nPieceBytes, 1, kLargestPieceSize)),
+      m_pFormatter(pFormatter),
       m_frame{document, {}, {}, 0} {
   m_pStream.reset(document.makeStream());
   if (m_pStream == nullptr) {  // the source cannot be opened: the caller's parser says so
@@ -121,7 +122,7 @@ bool PieceScheduler::FrameReads() {
   m_frame.prefix.assign(m_buffer.data(), m_pCutter->FrameBytes());
   m_frame.suffix = m_pCutter->Suffix();
   m_frame.nBodyEndTag = m_pCutter->BodyEndTagUnits();
-  PieceParser parser(m_reading, m_settings);
+  PieceParser parser(m_reading, m_settings, nullptr);
   Piece empty;
   parser.Read(empty, m_frame);
   m_frameEnd = empty.start;
@@ -150,7 +151,9 @@ void PieceScheduler::Submit(size_t nCut) {
   m_nFilled = m_buffer.size();
   m_nBufferStart += nCut;
   piece.bytes.resize(nCut);
-  m_pCutter->Cut(nCut);
+  piece.nKeysBefore = m_nUnitsCut;
+  piece.nUnitsCut = static_cast<int>(m_pCutter->Cut(nCut));
+  m_nUnitsCut += piece.nUnitsCut;
   pSlot->bDone = false;
   std::lock_guard<std::mutex> lock(m_mutex);
   if (m_nIdle == 0 && m_workers.size() < m_nJobs) AddWorker();
@@ -163,7 +166,7 @@ void PieceScheduler::Submit(size_t nCut) {
 // reads on from the first piece.
 void PieceScheduler::AddWorker() {
   try {
-    m_workers.emplace_back(&PieceScheduler::Work, this);
+    m_workers.emplace_back(&PieceScheduler::Work, this, m_pFormatter ? m_pFormatter->Clone() : nullptr);
   } catch (const std::system_error&) {
     if (m_workers.empty()) m_done.notify_all();
   }
@@ -171,7 +174,7 @@ void PieceScheduler::AddWorker() {
 
 // ---- The workers ---------------------------------------------------------------------------------
 
-void PieceScheduler::Work() {
+void PieceScheduler::Work(std::unique_ptr<CTmxUnitFormatter> pFormatter) {
   std::unique_ptr<PieceParser> pParser;
   for (;;) {
     Slot* pSlot;
@@ -185,7 +188,7 @@ void PieceScheduler::Work() {
       m_queue.pop_front();
     }
     try {
-      if (!pParser) pParser = std::make_unique<PieceParser>(m_reading, m_settings);
+      if (!pParser) pParser = std::make_unique<PieceParser>(m_reading, m_settings, pFormatter.get());
       pParser->Read(pSlot->piece, m_frame);
     } catch (...) {  // no parser: the piece stays unread, and the caller's parser reads it
       pSlot->piece.bRead = false;

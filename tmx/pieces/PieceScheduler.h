@@ -27,9 +27,10 @@
 
 class PieceScheduler {
  public:
-  // nJobs parsers at most; the host's settings are taken here, on its thread.
+  // nJobs parsers at most; the host's settings are taken here, on its thread. With a formatter,
+  // the workers make each unit's output with clones of it.
   PieceScheduler(const UnitReading& reading, StreamParser& host, CDocumentInputSource& document, int nJobs,
-                 size_t nPieceBytes);
+                 size_t nPieceBytes, const CTmxUnitFormatter* pFormatter);
   ~PieceScheduler();
   PieceScheduler(const PieceScheduler&) = delete;
   PieceScheduler& operator=(const PieceScheduler&) = delete;
@@ -43,6 +44,8 @@ class PieceScheduler {
   const UnitStore& Store() const { return m_pCurrent->piece.units; }
   const UnitStore::Unit& Unit() const { return Store().Get(m_nNext - 1); }
   int KeysBefore() const { return m_nKeysBefore; }
+  // Whether the workers made each unit's output (in the store).
+  bool Formatted() const { return m_pFormatter != nullptr; }
   // Once Next has returned false or Stop was called: the rest of the document, where its
   // positions lie, and where it lies in the whole for the measure of its entities.
   const xercesc::InputSource& Rest() const { return *m_pRest; }
@@ -61,7 +64,7 @@ class PieceScheduler {
   bool FrameReads();
   void Submit(size_t nCut);
   // The workers.
-  void Work();
+  void Work(std::unique_ptr<CTmxUnitFormatter> pFormatter);
   void AddWorker();
   // The caller's.
   bool TakeFront();
@@ -74,12 +77,14 @@ class PieceScheduler {
   const bool m_bLoadsExternalSubsets;
   CDocumentInputSource& m_document;
   const size_t m_nJobs, m_nPieceBytes;
+  const CTmxUnitFormatter* m_pFormatter;
   // The bytes, cut on the thread that reads them.
   std::unique_ptr<xercesc::BinInputStream> m_pStream;
   std::unique_ptr<BodyCutter> m_pCutter;
   Bytes m_buffer;  // the bytes since the last cut
   size_t m_nFilled = 0;
   unsigned long long m_nBufferStart = 0;  // where the buffer's bytes lie in the document
+  int m_nUnitsCut = 0;
   bool m_bCut = false, m_bFrameChecked = false;
   PieceFrame m_frame;
   TextPosition m_frameEnd;  // where a piece's bytes begin in its own parse

@@ -37,9 +37,12 @@ void CTmxUnitReader::Open(CFile* pFile) {
 void CTmxUnitReader::Open(const InputSource& source) { m_pStream->Open(source); }
 BOOL CTmxUnitReader::ReadNextUnit() { return m_pStream->ReadNextUnit(); }
 BOOL CTmxUnitReader::ReadUnits(CTmxUnitHandler& handler) { return m_pStream->ReadUnits(handler); }
-int CTmxUnitReader::GetKey() const { return m_pStream->Key(); }
-INT_PTR CTmxUnitReader::GetVariantCount() const { return m_pStream->VariantCount(); }
-const CTmxTUV& CTmxUnitReader::GetVariant(INT_PTR nIndex) const { return m_pStream->Variant(nIndex); }
-LPCTSTR CTmxUnitReader::GetUnitId() const { return m_pStream->UnitId(); }
+BOOL CTmxUnitReader::ReadFormatted(CTmxUnitFormatter& formatter, CTmxOutputHandler& handler) {
+  return m_pStream->ReadFormatted(formatter, handler);
+}
+int CTmxUnitReader::GetKey() const { return m_pStream->Shown().GetKey(); }
+INT_PTR CTmxUnitReader::GetVariantCount() const { return m_pStream->Shown().GetVariantCount(); }
+const CTmxTUV& CTmxUnitReader::GetVariant(INT_PTR nIndex) const { return m_pStream->Shown().GetVariant(nIndex); }
+LPCTSTR CTmxUnitReader::GetUnitId() const { return m_pStream->Shown().GetUnitId(); }
 BOOL CTmxUnitReader::GetResult() const { return m_pStream->Result(); }
 BOOL CTmxUnitReader::ReadLanguages(CStringArray* pLanguages) { return m_pStream->ReadLanguages(pLanguages); }

@@ -37,6 +37,7 @@ void CTmxUnitStream::Open(const InputSource& source, std::unique_ptr<InputSource
 
 bool CTmxUnitStream::ReadNextUnit() {
   m_bUnitRead = false;
+  m_shown.Hide();
   Start(true);
   if (m_bInPieces && NextPieceUnit()) return true;
   Mapped([this] {
@@ -46,15 +47,30 @@ bool CTmxUnitStream::ReadNextUnit() {
   return m_bUnitRead;
 }
 
-// A handler that throws ends the read, with one parser or with pieces.
 bool CTmxUnitStream::ReadUnits(CTmxUnitHandler& handler) {
-  m_bUnitRead = false;
   m_pHandler = &handler;
+  return ReadAll();
+}
+
+bool CTmxUnitStream::ReadFormatted(CTmxUnitFormatter& formatter, CTmxOutputHandler& handler) {
+  m_pFormatter = &formatter;
+  m_pOutput = &handler;
+  return ReadAll();
+}
+
+// The units that remain, each where the read's handler or formatter sends it. What they throw
+// ends the read, with one parser or with pieces.
+bool CTmxUnitStream::ReadAll() {
+  m_bUnitRead = false;
+  m_shown.Hide();
   struct Done {
     CTmxUnitStream& stream;
     ~Done() {
       stream.m_pHandler = nullptr;
+      stream.m_pFormatter = nullptr;
+      stream.m_pOutput = nullptr;
       stream.m_bUnitRead = false;
+      stream.m_shown.Hide();
     }
   } done{*this};
   Start(true);
@@ -73,9 +89,10 @@ bool CTmxUnitStream::ReadUnits(CTmxUnitHandler& handler) {
 // whose units up to that one are not shown again: languages are gathered after it.
 bool CTmxUnitStream::ReadLanguages(CStringArray* pLanguages) {
   m_bUnitRead = false;
+  m_shown.Hide();
   Start(false);
   if (m_bInPieces) {
-    m_nSkipThrough = m_nKey;
+    m_nSkipThrough = m_shown.GetKey();
     m_pPieces->Stop();
     BeginRest();
   }
@@ -85,11 +102,6 @@ bool CTmxUnitStream::ReadLanguages(CStringArray* pLanguages) {
   if (pLanguages == nullptr) return true;
   m_languages.AppendTo(*pLanguages);
   return pLanguages->GetSize() > 0;
-}
-
-const CTmxTUV& CTmxUnitStream::Variant(INT_PTR nIndex) const {
-  if (nIndex < 0 || nIndex >= VariantCount()) AfxThrowInvalidArgException();
-  return *m_variants[static_cast<size_t>(nIndex)];
 }
 
 bool CTmxUnitStream::Result() const {
@@ -105,14 +117,20 @@ void CTmxUnitStream::Start(bool bPieces) {
   StreamParser& parser = m_unitParser.Parser();
   if (!bPieces || m_nJobs < 2 || m_reading.mode == CTmxUnitReader::TextMode::Engine || !parser.ReadsPiecesAlike())
     return Begin(*m_pDocument);
-  m_pPieces = std::make_unique<PieceScheduler>(m_reading, parser, *m_pDocument, m_nJobs, m_nPieceBytes);
+  m_pPieces = std::make_unique<PieceScheduler>(m_reading, parser, *m_pDocument, m_nJobs, m_nPieceBytes, m_pFormatter);
   m_bInPieces = true;
 }
 
-// The next unit of the pieces; once they are done, the rest of the document begins.
+// The next unit of the pieces; once they are done, the rest of the document begins. Output a
+// worker made goes on as it is.
 bool CTmxUnitStream::NextPieceUnit() {
   if (m_pPieces->Next()) {
-    Show(m_pPieces->Store(), m_pPieces->Unit(), m_pPieces->KeysBefore());
+    if (m_pOutput && m_pPieces->Formatted()) {
+      const std::string_view output = m_pPieces->Store().Output(m_pPieces->Unit());
+      m_pOutput->OnOutput(output.data(), output.size());
+    } else {
+      Show(m_pPieces->Store(), m_pPieces->Unit(), m_pPieces->KeysBefore());
+    }
     return true;
   }
   BeginRest();
@@ -156,21 +174,17 @@ void CTmxUnitStream::UnitRead() {
   Show(store, unit, m_nKeysBefore);
 }
 
-// The unit's variants go to storage that units reuse, as the host reads them.
+// The unit goes to the host as the read has it: shown, and handed to a handler, or formatted
+// and its output handed on.
 void CTmxUnitStream::Show(const UnitStore& store, const UnitStore::Unit& unit, int nKeysBefore) {
-  auto assign = [](CString& str, TextView text) { str.SetString(text.data(), static_cast<int>(text.size())); };
-  for (m_nVariants = 0; m_nVariants < unit.nVariants; m_nVariants++) {
-    if (m_nVariants == m_variants.size()) m_variants.push_back(std::make_unique<CTmxTUV>(nullptr, nullptr, nullptr));
-    const UnitStore::Variant& from = store.VariantOf(unit, m_nVariants);
-    CTmxTUV& variant = *m_variants[m_nVariants];
-    assign(variant.m_strLanguage, store.Text(from.language));
-    assign(variant.m_strSegment, store.Text(from.segment));
-    assign(variant.m_strNote, store.Text(from.note));
-  }
-  m_pszUnitId = store.Id(unit);
-  m_nKey = unit.nKey + nKeysBefore;
+  m_shown.Show(store, unit, nKeysBefore);
   m_bUnitRead = true;
   if (m_pHandler) m_pHandler->OnUnit(m_owner);
+  if (m_pOutput) {
+    m_output.clear();
+    m_pFormatter->Format(m_shown, m_output);
+    m_pOutput->OnOutput(m_output.data(), m_output.size());
+  }
 }
 
 // A parse error of the rest after pieces is told where it lies in the document. Where the input

@@ -11,6 +11,7 @@
 #include "tmx/parsing/DocumentInput.h"
 #include "tmx/pieces/PieceScheduler.h"
 #include "tmx/rules/LanguageSet.h"
+#include "tmx/stream/ShownUnit.h"
 #include "tmx/stream/UnitParser.h"
 
 class CTmxUnitStream final : private UnitEnds {
@@ -28,12 +29,10 @@ class CTmxUnitStream final : private UnitEnds {
   void Open(const xercesc::InputSource& source, std::unique_ptr<xercesc::InputSource> pOwned = nullptr);
   bool ReadNextUnit();
   bool ReadUnits(CTmxUnitHandler& handler);
+  bool ReadFormatted(CTmxUnitFormatter& formatter, CTmxOutputHandler& handler);
   bool ReadLanguages(CStringArray* pLanguages);
 
-  int Key() const { return m_nKey; }
-  INT_PTR VariantCount() const { return m_bUnitRead ? static_cast<INT_PTR>(m_nVariants) : 0; }
-  const CTmxTUV& Variant(INT_PTR nIndex) const;
-  LPCTSTR UnitId() const { return m_bUnitRead ? m_pszUnitId : nullptr; }
+  const CTmxUnitView& Shown() const { return m_shown; }
   bool Result() const;
 
  private:
@@ -44,6 +43,7 @@ class CTmxUnitStream final : private UnitEnds {
   void End();
   void UnitRead() override;
   void Show(const UnitStore& store, const UnitStore::Unit& unit, int nKeysBefore);
+  bool ReadAll();
   template <class Read>
   void Mapped(Read read);
   void RaiseFailure(const TextPosition* pError);
@@ -64,11 +64,11 @@ class CTmxUnitStream final : private UnitEnds {
   int m_nSkipThrough = -1;  // the rest comes again up to this key: its units are not shown again
   UnitParser m_unitParser;
   LanguageSet m_languages;
-  // The unit shown: the one just read, until the next read.
+  // The unit shown: the one just read, until the next read; and where a unit read goes.
+  ShownUnit m_shown;
   bool m_bUnitRead = false;
-  std::vector<std::unique_ptr<CTmxTUV>> m_variants;
-  size_t m_nVariants = 0;
-  LPCTSTR m_pszUnitId = nullptr;  // in its store
-  int m_nKey = -1;
   CTmxUnitHandler* m_pHandler = nullptr;
+  CTmxUnitFormatter* m_pFormatter = nullptr;
+  CTmxOutputHandler* m_pOutput = nullptr;
+  std::string m_output;  // the caller's formatting
 };

@@ -27,6 +27,7 @@ bool UnitRules::IsBody(LPCTSTR pszTagName, int nDepth) const {
 }
 
 bool UnitRules::NamesMultilingualBody(LPCTSTR pszTagName) { return NameIs(pszTagName, _T("body")); }
+bool UnitRules::NamesUnit(LPCTSTR pszTagName) { return NameIs(pszTagName, _T("tu")); }
 
 bool UnitRules::LeftOutWhenFirst(short nNodeType) {
   switch (nNodeType) {
@@ -44,7 +45,7 @@ bool UnitRules::LeftOutWhenFirst(short nNodeType) {
 // keys too; multilingual keys count tu elements only.
 bool UnitRules::ChainNode(short nNodeType, LPCTSTR pszNodeName) {
   if (IsBilingual()) ++m_nKey;
-  if (nNodeType != DOMNode::ELEMENT_NODE || !NameIs(pszNodeName, _T("tu"))) return false;
+  if (nNodeType != DOMNode::ELEMENT_NODE || !NamesUnit(pszNodeName)) return false;
   if (!IsBilingual()) ++m_nKey;
   return true;
 }

@@ -46,6 +46,8 @@ class UnitRules {
   bool IsBody(LPCTSTR pszTagName, int nDepth) const;
   // The name the multilingual rules look for, which is also where pieces are cut.
   static bool NamesMultilingualBody(LPCTSTR pszTagName);
+  // The name of a unit, a tu element, in any case.
+  static bool NamesUnit(LPCTSTR pszTagName);
   bool MayHoldBody(int nDepth) const { return IsBilingual() || nDepth < 2; }
   // The body chain leaves out body's first child node when it is text, CDATA, a comment or a PI.
   static bool LeftOutWhenFirst(short nNodeType);

@@ -3,6 +3,8 @@
 // the reader of a piece all of the piece's, which the host's thread then reads in order.
 #pragma once
 
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "quillon/TmxUnits.h"
@@ -21,6 +23,7 @@ class UnitStore {
     bool bHasId = false;
     Span id;  // followed by a zero
     size_t nFirst = 0, nVariants = 0;
+    Span output;  // what a reader's formatter made of it
   };
 
   // Forgets every unit; the storage stays for the next ones.
@@ -28,6 +31,7 @@ class UnitStore {
     m_units.clear();
     m_variants.clear();
     m_text.clear();
+    m_output.clear();
   }
   void OpenUnit() {
     m_open = Unit{-1, false, {}, m_variants.size(), 0};
@@ -43,6 +47,14 @@ class UnitStore {
   const Variant& VariantOf(const Unit& unit, size_t nIndex) const { return m_variants[unit.nFirst + nIndex]; }
   TextView Text(Span span) const { return TextView(m_text.data() + span.nOffset, span.nLength); }
   LPCTSTR Id(const Unit& unit) const { return unit.bHasId ? m_text.data() + unit.id.nOffset : nullptr; }
+  // Output made of unit nUnit by format(output), which appends it.
+  template <class Format>
+  void MakeOutput(size_t nUnit, Format format) {
+    const size_t nStart = m_output.size();
+    format(m_output);
+    m_units[nUnit].output = {nStart, m_output.size() - nStart};
+  }
+  std::string_view Output(const Unit& unit) const { return std::string_view(m_output).substr(unit.output.nOffset, unit.output.nLength); }
 
  private:
   Span Append(TextView text);
@@ -52,4 +64,5 @@ class UnitStore {
   size_t m_nOpenText = 0;  // where the open unit's text begins
   std::vector<Variant> m_variants;
   std::vector<TCHAR> m_text;
+  std::string m_output;
 };
