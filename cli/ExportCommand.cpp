@@ -1,5 +1,6 @@
 // quillon export [--pair FIRST SECOND | --all] [--text plain|markup|engine] [--format jsonl|tsv|moses|pairs]
-//                [--dedupe] [--jobs N [--piece-size BYTES]] [-o|--output OUT] [--quiet] SOURCE
+//                [--dedupe] [--invalid-bytes error|replace] [--jobs N [--piece-size BYTES]] [-o|--output OUT]
+//                [--quiet] SOURCE
 //
 // Streams the units through the library's unit reader, in document order and constant memory:
 // jsonl and tsv are the forms `units` prints, a unit (or a variant) a line; moses writes the two
@@ -22,9 +23,12 @@
 namespace {
 
 using TextMode = CTmxUnitReader::TextMode;
+using InvalidBytes = CTmxUnitReader::InvalidBytes;
 
 const std::map<std::string, TextMode> kTextModes = {
     {"plain", TextMode::Plain}, {"markup", TextMode::Markup}, {"engine", TextMode::Engine}};
+const std::map<std::string, InvalidBytes> kInvalidBytes = {{"error", InvalidBytes::Error},
+                                                           {"replace", InvalidBytes::Replace}};
 
 struct ExportOptions {
   std::string source;
@@ -33,6 +37,7 @@ struct ExportOptions {
   TextMode text = TextMode::Plain;
   std::string output;
   bool bDedupe = false;
+  InvalidBytes invalidBytes = InvalidBytes::Error;
   int nJobs = 0;  // as many as the cores the process may use
   size_t nPieceBytes = CTmxUnitReader::kDefaultPieceBytes;
   bool bQuiet = false;
@@ -41,70 +46,134 @@ struct ExportOptions {
   CString Range(size_t n) const { return CString(pair[n].c_str()); }
 };
 
-// Every unit of the document to write(reader), as the parser runs through it.
-template <class Write>
-void ForEachUnit(CTmxUnitReader& reader, Progress& progress, Write write) {
-  struct Handler : CTmxUnitHandler {
-    Progress& progress;
-    Write& write;
-    Handler(Progress& p, Write& w) : progress(p), write(w) {}
-    void OnUnit(const CTmxUnitReader& reader) override {
-      write(reader);
-      progress.AddUnit();
-    }
-  } handler(progress, write);
-  reader.ReadUnits(handler);
-}
+// What the read's workers make of each unit: the lines the format writes, nothing for a unit no
+// pair is taken from, and for moses the line of each file with a NUL between them (no text of a
+// document holds one). Engine text stays as `units` writes it: without the unit's id.
+class UnitFormatter : public CTmxUnitFormatter {
+ public:
+  explicit UnitFormatter(const ExportOptions& options) : m_options(options) {
+    if (options.SelectsPairs())
+      m_pPairs = std::make_unique<CTmxPairSelector>(options.Range(0), options.Range(1), options.text, options.bDedupe);
+  }
+  std::unique_ptr<CTmxUnitFormatter> Clone() const override { return std::make_unique<UnitFormatter>(m_options); }
+  void Format(const CTmxUnitView& unit, std::string& bytes) override {
+    m_out.Into(bytes);
+    if (m_pPairs)
+      WritePair(unit);
+    else
+      WriteUnit(unit);
+    m_out.Flush();
+  }
+  ULONGLONG GetDuplicateCount() const { return m_pPairs ? m_pPairs->GetDuplicateCount() : 0; }
 
-// Engine text stays as `units` writes it: without the unit's id.
-void WriteUnits(CTmxUnitReader& reader, const ExportOptions& options, Output& out, Progress& progress) {
-  const bool bJson = options.format == "jsonl", bWithId = options.text != TextMode::Engine;
-  ForEachUnit(reader, progress, [&](const CTmxUnitReader& unit) {
+ private:
+  void WriteUnit(const CTmxUnitView& unit) {
     auto variant = [&unit](INT_PTR i) -> const CTmxTUV& { return unit.GetVariant(i); };
-    if (!bJson) return WriteTextUnit(out, unit.GetKey(), unit.GetVariantCount(), variant);
-    WriteJsonUnit(out, unit.GetKey(), bWithId ? unit.GetUnitId() : nullptr, unit.GetVariantCount(), variant);
-    out << "\n";
-  });
-}
+    if (m_options.format == "tsv") return WriteTextUnit(m_out, unit.GetKey(), unit.GetVariantCount(), variant);
+    const bool bWithId = m_options.text != TextMode::Engine;
+    WriteJsonUnit(m_out, unit.GetKey(), bWithId ? unit.GetUnitId() : nullptr, unit.GetVariantCount(), variant);
+    m_out << "\n";
+  }
 
-// {"key":K,"tuid":…,"translation":{"FIRST":…,"SECOND":…}}, keyed by the ranges as given.
-void WritePairs(CTmxUnitReader& reader, const ExportOptions& options, CTmxPairSelector& pairs, Output& out,
-                Progress& progress) {
-  const CString strFirst = options.Range(0), strSecond = options.Range(1);
-  ForEachUnit(reader, progress, [&](const CTmxUnitReader& unit) {
-    if (!pairs.Select(unit)) return;
-    out << "{\"key\":" << unit.GetKey();
-    if (LPCTSTR pszId = unit.GetUnitId()) (out << ",\"tuid\":").Json(pszId, std::char_traits<TCHAR>::length(pszId));
-    (out << ",\"translation\":{").Json(strFirst) << ":";
-    out.Json(pairs.GetFirst()) << ",";
-    out.Json(strSecond) << ":";
-    out.Json(pairs.GetSecond()) << "}}\n";
-  });
-}
+  // pairs: {"key":K,"tuid":…,"translation":{"FIRST":…,"SECOND":…}}, keyed by the ranges as given.
+  void WritePair(const CTmxUnitView& unit) {
+    if (!m_pPairs->Select(unit)) return;
+    if (m_options.format == "moses") {
+      m_out.Text(m_pPairs->GetFirst()) << std::string("\n\0", 2);
+      m_out.Text(m_pPairs->GetSecond()) << "\n";
+      return;
+    }
+    m_out << "{\"key\":" << unit.GetKey();
+    if (LPCTSTR pszId = unit.GetUnitId()) (m_out << ",\"tuid\":").Json(pszId, std::char_traits<TCHAR>::length(pszId));
+    (m_out << ",\"translation\":{").Json(m_options.Range(0)) << ":";
+    m_out.Json(m_pPairs->GetFirst()) << ",";
+    m_out.Json(m_options.Range(1)) << ":";
+    m_out.Json(m_pPairs->GetSecond()) << "}}\n";
+  }
+
+  const ExportOptions& m_options;
+  std::unique_ptr<CTmxPairSelector> m_pPairs;
+  BytesOutput m_out;
+};
 
 std::string MosesFile(const ExportOptions& options, int nLanguage) {
   return options.output + "." + options.pair[static_cast<size_t>(nLanguage)];
 }
 
-void WriteParallelText(CTmxUnitReader& reader, const ExportOptions& options, CTmxPairSelector& pairs,
-                       Progress& progress) {
-  OutputFile first(MosesFile(options, 0)), second(MosesFile(options, 1));
-  ForEachUnit(reader, progress, [&](const CTmxUnitReader& unit) {
-    if (!pairs.Select(unit)) return;
-    first.Out().Text(pairs.GetFirst()) << "\n";
-    second.Out().Text(pairs.GetSecond()) << "\n";
-  });
-  first.Close();
-  second.Close();
-  first.Commit();
-  second.Commit();
+// The caller's share: each unit's bytes written where they go, in document order, and counted.
+class UnitWriter : public CTmxOutputHandler {
+ public:
+  UnitWriter(const ExportOptions& options, Output& out, Progress& progress) : m_options(options), m_out(out), m_progress(progress) {
+    if (options.format != "moses") return;
+    m_pFirst = std::make_unique<OutputFile>(MosesFile(options, 0));
+    m_pSecond = std::make_unique<OutputFile>(MosesFile(options, 1));
+  }
+  void OnOutput(const char* pBytes, size_t nBytes) override {
+    m_progress.AddUnit();
+    m_nUnits++;
+    if (nBytes == 0) return;
+    m_nWritten++;
+    if (!m_pFirst) {
+      m_out.Raw(pBytes, nBytes);
+      return;
+    }
+    const size_t nFirst = std::char_traits<char>::length(pBytes);
+    m_pFirst->Out().Raw(pBytes, nFirst);
+    m_pSecond->Out().Raw(pBytes + nFirst + 1, nBytes - nFirst - 1);
+  }
+  void Finish() {
+    if (!m_pFirst) return;
+    m_pFirst->Close();
+    m_pSecond->Close();
+    m_pFirst->Commit();
+    m_pSecond->Commit();
+  }
+  ULONGLONG GetUnitCount() const { return m_nUnits; }
+  ULONGLONG GetWrittenCount() const { return m_nWritten; }
+
+ private:
+  const ExportOptions& m_options;
+  Output& m_out;
+  Progress& m_progress;
+  std::unique_ptr<OutputFile> m_pFirst, m_pSecond;
+  ULONGLONG m_nUnits = 0, m_nWritten = 0;
+};
+
+// Dropping repeats takes the units in document order, so they are formatted where they are shown.
+void ReadOnCaller(CTmxUnitReader& reader, CTmxUnitFormatter& formatter, CTmxOutputHandler& writer) {
+  struct Handler : CTmxUnitHandler {
+    CTmxUnitFormatter& formatter;
+    CTmxOutputHandler& writer;
+    std::string bytes;
+    Handler(CTmxUnitFormatter& f, CTmxOutputHandler& w) : formatter(f), writer(w) {}
+    void OnUnit(const CTmxUnitReader& unit) override {
+      bytes.clear();
+      formatter.Format(unit, bytes);
+      writer.OnOutput(bytes.data(), bytes.size());
+    }
+  } handler(formatter, writer);
+  reader.ReadUnits(handler);
 }
 
-void WriteSummary(const ExportOptions& options, const CTmxPairSelector& pairs) {
-  if (options.bQuiet) return;
-  std::string summary = std::to_string(pairs.GetSelectedCount()) + " units written, " +
-                        std::to_string(pairs.GetSkippedCount()) + " skipped";
-  if (options.bDedupe) summary += ", " + std::to_string(pairs.GetDuplicateCount()) + " dropped as duplicates";
+std::string Count(ULONGLONG n, const char* pszOne, const char* pszMany) {
+  return std::to_string(n) + " " + (n == 1 ? pszOne : pszMany);
+}
+
+// moses and pairs tell what they wrote and skipped; any format, the bytes read as U+FFFD.
+void WriteSummary(const ExportOptions& options, const CTmxUnitReader& reader, const UnitWriter& writer,
+                  const UnitFormatter& formatter) {
+  std::vector<std::string> parts;
+  if (options.SelectsPairs()) {
+    const ULONGLONG nDuplicates = formatter.GetDuplicateCount(), nWritten = writer.GetWrittenCount();
+    parts.push_back(Count(nWritten, "unit written", "units written"));
+    parts.push_back(std::to_string(writer.GetUnitCount() - nWritten - nDuplicates) + " skipped");
+    if (options.bDedupe) parts.push_back(std::to_string(nDuplicates) + " dropped as duplicates");
+  }
+  if (options.invalidBytes == InvalidBytes::Replace)
+    parts.push_back(Count(reader.GetReplacedBytes(), "invalid byte", "invalid bytes") + " read as U+FFFD");
+  if (options.bQuiet || parts.empty()) return;
+  std::string summary;
+  for (const std::string& part : parts) summary += (summary.empty() ? "" : ", ") + part;
   std::fputs((summary + "\n").c_str(), stderr);
 }
 
@@ -115,25 +184,23 @@ void RunExport(const ExportOptions& options, Output& out, ParserSafety& safety) 
                            : std::make_unique<CTmxUnitReader>(options.Range(0), options.Range(1), options.text);
   safety.Apply(reader->GetParser());
   reader->SetJobs(options.nJobs, options.nPieceBytes);
+  reader->SetInvalidBytes(options.invalidBytes);
   std::unique_ptr<OutputFile> file;
   if (!options.output.empty() && options.format != "moses") file = std::make_unique<OutputFile>(options.output);
-  Output& destination = file ? file->Out() : out;
   Progress progress(input, !options.bQuiet);
+  UnitFormatter formatter(options);
+  UnitWriter writer(options, file ? file->Out() : out, progress);
   reader->Open(input);
-  if (options.SelectsPairs()) {
-    CTmxPairSelector pairs(options.Range(0), options.Range(1), options.text, options.bDedupe);
-    if (options.format == "moses")
-      WriteParallelText(*reader, options, pairs, progress);
-    else
-      WritePairs(*reader, options, pairs, destination, progress);
-    WriteSummary(options, pairs);
-  } else {
-    WriteUnits(*reader, options, destination, progress);
-  }
+  if (options.bDedupe)
+    ReadOnCaller(*reader, formatter, writer);
+  else
+    reader->ReadFormatted(formatter, writer);
+  writer.Finish();
   if (file) {
     file->Close();
     file->Commit();
   }
+  WriteSummary(options, *reader, writer, formatter);
 }
 
 // Language codes end the moses files' names, so they must name nothing but the language:
@@ -176,6 +243,10 @@ void AddExportCommand(CLI::App& app, PendingRun& pending, ParserSafety& safety) 
                                                 "and PREFIX.SECOND, a segment a line (needs --pair and -o); pairs: "
                                                 "a JSON line a pair, {\"translation\":{FIRST:…,SECOND:…}} (needs --pair)")
       ->type_name("FORMAT")->check(CLI::IsMember({"jsonl", "tsv", "moses", "pairs"}).description(""));
+  cmd->add_option("--invalid-bytes", options->invalidBytes, "error (default): a byte the document's encoding "
+                                                            "cannot hold ends the read with an error at its place; "
+                                                            "replace: it is read as U+FFFD, and counted")
+      ->type_name("MODE")->transform(CLI::CheckedTransformer(kInvalidBytes).description(""));
   cmd->add_flag("--dedupe", options->bDedupe, "moses and pairs: drop a pair equal to one already written");
   cmd->add_option("--jobs", options->nJobs, "Parsers reading the document at once, each on a piece of it, for the "
                                             "same output (default: the cores this process may use; 1 reads with "
@@ -188,7 +259,7 @@ void AddExportCommand(CLI::App& app, PendingRun& pending, ParserSafety& safety) 
                   "Write to this file (for moses, this prefix) instead of standard output, once the whole "
                   "document is read")
       ->type_name("OUT");
-  cmd->add_flag("--quiet", options->bQuiet, "No progress line on a terminal, no summary of a moses or pairs export");
+  cmd->add_flag("--quiet", options->bQuiet, "No progress line on a terminal, no summary on standard error");
   AllowExternal(cmd, safety);
   cmd->add_option("SOURCE", options->source, "TMX file, or - for standard input")->required();
   cmd->callback([options, &pending] {

@@ -251,6 +251,19 @@ std::unique_ptr<CTmxUnitReader> NewReader(const py::object& pair, TextMode mode)
                                           mode);
 }
 
+// How a read goes, as its keyword arguments say.
+struct ReadOptions {
+  bool bSafe;
+  py::object jobs;
+  std::string invalidBytes;
+};
+
+CTmxUnitReader::InvalidBytes InvalidBytesOf(const std::string& mode) {
+  if (mode == "error") return CTmxUnitReader::InvalidBytes::Error;
+  if (mode == "replace") return CTmxUnitReader::InvalidBytes::Replace;
+  throw py::value_error("invalid_bytes must be 'error' or 'replace', not '" + mode + "'");
+}
+
 // None: as many parsers as the cores the process may use.
 int JobsOf(const py::object& jobs) {
   if (jobs.is_none()) return 0;
@@ -264,29 +277,35 @@ class Read {
  public:
   Read(const Read&) = delete;
   Read& operator=(const Read&) = delete;
-  Read(py::handle source, std::unique_ptr<CTmxUnitReader> reader, bool bSafe, const py::object& jobs)
+  Read(py::handle source, std::unique_ptr<CTmxUnitReader> reader, const ReadOptions& options)
       : m_source(std::make_unique<Source>(source)), m_reader(std::move(reader)) {
-    if (bSafe) m_safe.Apply(m_reader->GetParser());
-    m_reader->SetJobs(JobsOf(jobs));
+    if (options.bSafe) m_safe.Apply(m_reader->GetParser());
+    m_reader->SetJobs(JobsOf(options.jobs));
+    m_reader->SetInvalidBytes(InvalidBytesOf(options.invalidBytes));
     m_reader->Open(m_source->Input());
   }
 
+  ~Read() { EndReader(); }
+
   // The read ends here: the parser lets go of the source, which closes the file it opened.
   void Close() {
-    m_reader.reset();
+    EndReader();
     if (std::unique_ptr<Source> pSource = std::move(m_source)) pSource->Close();
   }
+  ULONGLONG ReplacedBytes() const { return m_nReplaced; }
 
  protected:
   // Reads on to the next unit for which take(reader) holds; raises StopIteration at the end.
   template <class Take>
   void Step(Take take) {
-    if (m_reader == nullptr || !WithoutLock(m_source->path, &m_safe, [&] {
-          while (m_reader->ReadNextUnit())
-            if (take(*m_reader)) return true;
-          return false;
-        }))
-      throw py::stop_iteration();
+    if (m_reader == nullptr) throw py::stop_iteration();
+    const bool bTaken = WithoutLock(m_source->path, &m_safe, [&] {
+      while (m_reader->ReadNextUnit())
+        if (take(*m_reader)) return true;
+      return false;
+    });
+    m_nReplaced = m_reader->GetReplacedBytes();
+    if (!bTaken) throw py::stop_iteration();
   }
   const CTmxUnitReader& Reader() const { return *m_reader; }
   PyObject* UnitId() const {
@@ -295,15 +314,25 @@ class Read {
   }
 
  private:
+  // The reader's threads may be waiting for the lock to read a file object: it is let go while
+  // they end.
+  void EndReader() {
+    if (!m_reader) return;
+    m_nReplaced = m_reader->GetReplacedBytes();
+    py::gil_scoped_release release;
+    m_reader.reset();
+  }
+
   CSafeParsing m_safe;               // outlives the reader, whose parser points at it,
   std::unique_ptr<Source> m_source;  // as the source does, which it reads
   std::unique_ptr<CTmxUnitReader> m_reader;
+  ULONGLONG m_nReplaced = 0;
 };
 
 class UnitIterator : public Read {
  public:
-  UnitIterator(py::handle source, const py::object& pair, const py::object& text, bool bSafe, const py::object& jobs)
-      : Read(source, NewReader(pair, TextModeOf(text)), bSafe, jobs) {}
+  UnitIterator(py::handle source, const py::object& pair, const py::object& text, const ReadOptions& options)
+      : Read(source, NewReader(pair, TextModeOf(text)), options) {}
 
   py::object Next() {
     Step([](const CTmxUnitReader&) { return true; });
@@ -341,9 +370,9 @@ class UnitIterator : public Read {
 class PairIterator : public Read {
  public:
   PairIterator(py::handle source, const py::object& first, const py::object& second, const py::object& text,
-               bool bDedupe, bool bSafe, const py::object& jobs)
-      : PairIterator(source, LanguageOf(first, "first"), LanguageOf(second, "second"), TextModeOf(text), bDedupe, bSafe,
-                     jobs) {}
+               bool bDedupe, const ReadOptions& options)
+      : PairIterator(source, LanguageOf(first, "first"), LanguageOf(second, "second"), TextModeOf(text), bDedupe,
+                     options) {}
 
   py::object Next() {
     Step([this](const CTmxUnitReader& reader) { return m_pairs.Select(reader) != FALSE; });
@@ -356,9 +385,9 @@ class PairIterator : public Read {
   }
 
  private:
-  PairIterator(py::handle source, const CString& first, const CString& second, TextMode mode, bool bDedupe, bool bSafe,
-               const py::object& jobs)
-      : Read(source, PairReader(first, second, mode), bSafe, jobs), m_pairs(first, second, mode, bDedupe) {}
+  PairIterator(py::handle source, const CString& first, const CString& second, TextMode mode, bool bDedupe,
+               const ReadOptions& options)
+      : Read(source, PairReader(first, second, mode), options), m_pairs(first, second, mode, bDedupe) {}
 
   static std::unique_ptr<CTmxUnitReader> PairReader(const CString& first, const CString& second, TextMode mode) {
     if (!CTmxPairSelector::CanPair(first, second, mode))
@@ -475,6 +504,8 @@ PYBIND11_MODULE(quillon, m) {
   py::class_<Read>(m, "Read", "A read of a document, as the caller iterates.")
       .def("__iter__", [](py::object self) { return self; })
       .def("close", &Read::Close, "Ends the read now: a file the read opened is closed.")
+      .def_property_readonly("replaced_bytes", &Read::ReplacedBytes,
+                             "Bytes read as U+FFFD so far, with invalid_bytes='replace'.")
       .def("__enter__", [](py::object self) { return self; })
       .def("__exit__", [](Read& self, py::args) { self.Close(); });
   py::class_<UnitIterator, Read>(m, "UnitIterator", "The units of a document.").def("__next__", &UnitIterator::Next);
@@ -495,11 +526,11 @@ PYBIND11_MODULE(quillon, m) {
   // The iterator stays where it was made: its parser points at its own settings.
   // Reads stay where they were made: their parsers point at their own settings.
   m.def("read_units",
-        [](py::handle source, py::object pair, py::object text, bool bSafe, py::object jobs) {
-          return std::make_unique<UnitIterator>(source, pair, text, bSafe, jobs);
+        [](py::handle source, py::object pair, py::object text, bool bSafe, py::object jobs, std::string invalidBytes) {
+          return std::make_unique<UnitIterator>(source, pair, text, ReadOptions{bSafe, jobs, invalidBytes});
         },
         py::arg("source"), py::arg("pair") = py::none(), py::kw_only(), py::arg("text") = "plain", py::arg("safe") = true,
-        py::arg("jobs") = py::none(),
+        py::arg("jobs") = py::none(), py::arg("invalid_bytes") = "error",
         "The units of a TMX document, in document order, read as the caller iterates.\n\n"
         "source: a path, the document's bytes, or a binary file object read in chunks (standard input,\n"
         "gzip.open(...)). text: 'plain', the sentence without inline codes; 'markup', the segment's\n"
@@ -509,18 +540,24 @@ PYBIND11_MODULE(quillon, m) {
         "safe: no external DTD or entity is loaded and entity expansion is capped; False gives the\n"
         "parser library's defaults. jobs: parsers reading pieces of the document at once, for the same\n"
         "units (None: the cores the process may use; 1: one; text='engine' is read by one).\n"
+        "invalid_bytes: 'error' ends the read at a byte the document's encoding cannot hold, with\n"
+        "ParseError at its place; 'replace' reads it as U+FFFD, counted by the iterator's replaced_bytes.\n"
         "close() (or a with block) ends the read early.\n\n"
         "Raises ParseError once the units before the error have been read, OSError when a path\n"
         "cannot be opened, MemoryError when memory runs out.");
   m.def("read_pairs",
         [](py::handle source, py::object first, py::object second, py::object text, bool bDedupe, bool bSafe,
-           py::object jobs) { return std::make_unique<PairIterator>(source, first, second, text, bDedupe, bSafe, jobs); },
+           py::object jobs, std::string invalidBytes) {
+          return std::make_unique<PairIterator>(source, first, second, text, bDedupe,
+                                                ReadOptions{bSafe, jobs, invalidBytes});
+        },
         py::arg("source"), py::arg("first"), py::arg("second"), py::kw_only(), py::arg("text") = "plain",
         py::arg("dedupe") = false, py::arg("safe") = true, py::arg("jobs") = py::none(),
+        py::arg("invalid_bytes") = "error",
         "The units' segment pairs in two language ranges, as `quillon export --format pairs` writes\n"
         "them: Pair(key, tuid, first, second), each segment the first non-empty one of its range,\n"
         "whitespace runs made one space and trimmed; units without both are skipped. dedupe drops a\n"
-        "pair equal to one already given. source, text, safe and jobs as for read_units.");
+        "pair equal to one already given. source, text, safe, jobs and invalid_bytes as for read_units.");
   m.def("languages", &Languages, py::arg("source"), py::kw_only(), py::arg("safe") = true,
         "The distinct language codes of the document's variants, in ordinal order.");
   m.def("pack", &Pack, py::arg("path"), py::kw_only(), py::arg("safe") = true,

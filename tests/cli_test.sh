@@ -78,7 +78,7 @@ for jobs in "--jobs 1" "--jobs 3 --piece-size 1"; do
   printf '<tmx><body>\n<tu><tuv lang="en"><seg>a</seg></tuv></tu>\n<tu><tuv lang="en"><seg>b</seg></tuv></tu>\n<tu></tmx>' >"$tmp/late.tmx"
   expect export-late-error 1 "^[{]\"key\":0,.*$N[{]\"key\":1,.*$N\$" "^$tmp/late.tmx:4:[0-9]+: error: [^$N]+$N\$" -- "$quillon" export $jobs --pair en de "$tmp/late.tmx"
   printf '<tmx><body>\n<tu><tuv lang="en"><seg> a\r\nb\tc </seg></tuv><tuv lang="de"><seg>x</seg></tuv></tu>\n<tu><tuv lang="en"><seg>only</seg></tuv><tuv lang="de"><seg> </seg></tuv></tu></body></tmx>' >"$tmp/par.tmx"
-  expect export-moses 0 '^$' "^1 units written, 1 skipped$N\$" -- "$quillon" export $jobs --format moses --pair EN de -o "$tmp/par" "$tmp/par.tmx"
+  expect export-moses 0 '^$' "^1 unit written, 1 skipped$N\$" -- "$quillon" export $jobs --format moses --pair EN de -o "$tmp/par" "$tmp/par.tmx"
   check moses-files same "$(cat "$tmp/par.EN")|$(cat "$tmp/par.de")" "a b c|x"
   expect export-moses-quiet 0 '^$' '^$' -- "$quillon" export $jobs --format moses --pair EN de --quiet -o "$tmp/par" "$tmp/par.tmx"
   expect export-moses-needs-pair 2 '^$' 'needs --pair' -- "$quillon" export $jobs --format moses -o "$tmp/p" examples/sample.tmx
@@ -121,7 +121,7 @@ for jobs in "--jobs 1" "--jobs 3 --piece-size 1"; do
 --pair en-GB de|0	de-DE	Sichern	
 EOF
   expect pairs 0 "^[{]\"key\":0,\"tuid\":\"t1\",\"translation\":[{]\"en\":\"Click Save to keep your work.\",\"de\":\"Sichern\"[}][}]$N\$" \
-    "^1 units written, 0 skipped$N\$" -- "$quillon" export $jobs --format pairs --pair en de "$tmp/codes.tmx"
+    "^1 unit written, 0 skipped$N\$" -- "$quillon" export $jobs --format pairs --pair en de "$tmp/codes.tmx"
   expect pairs-engine 0 '^$' "^0 units written, 0 skipped$N\$" -- "$quillon" export $jobs --text engine --format pairs --pair en de "$tmp/codes.tmx"
   expect pairs-needs-pair 2 '^$' 'needs --pair' -- "$quillon" export $jobs --format pairs examples/sample.tmx
   expect dedupe-needs-pairs 2 '^$' 'needs --format moses or pairs' -- "$quillon" export $jobs --dedupe examples/sample.tmx
@@ -205,6 +205,15 @@ expect no-position 1 '^$' "^$tmp/version.tmx: error: implementation does not sup
 # A byte that is not UTF-8 is placed where it is, even in the first line.
 printf '<?xml v\xe2n>' >"$tmp/first-line.tmx"
 expect bad-byte-placed 1 '^$' "^$tmp/first-line.tmx:1:8: error: byte 0xE2 is not UTF-8$N\$" -- "$quillon" export "$tmp/first-line.tmx"
+# or read as U+FFFD and counted, by one parser and in pieces alike.
+printf '<tmx><body><tu><tuv lang="en"><seg>caf\xe9</seg></tuv><tuv lang="fr"><seg>\xff\xfe</seg></tuv></tu></body></tmx>' >"$tmp/latin1.tmx"
+R=$(printf '\357\277\275')
+for jobs in "--jobs 1" "--jobs 2 --piece-size 1"; do
+  expect "replace-bytes $jobs" 0 "\"segment\":\"caf$R\".*\"segment\":\"$R$R\"" \
+    "^3 invalid bytes read as U[+]FFFD$N\$" -- "$quillon" export $jobs --invalid-bytes replace "$tmp/latin1.tmx"
+  expect "replace-bytes-pairs $jobs" 0 '.' "^1 unit written, 0 skipped, 3 invalid bytes read as U[+]FFFD$N\$" \
+    -- "$quillon" export $jobs --invalid-bytes replace --format pairs --pair en fr "$tmp/latin1.tmx"
+done
 if [ -z "${QUILLON_EMULATED:-}" ]; then
   for command in "languages examples/sample.tmx" "units examples/sample.tmx" "export examples/sample.tmx" \
                  "size examples/sample.xml" "pack examples/sample.xml" "dump $tmp/w.img"; do

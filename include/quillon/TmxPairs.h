@@ -44,15 +44,16 @@ class AFX_EXT_CLASS CTmxPairSelector {
   static BOOL CanPair(const CString& strFirstRange, const CString& strSecondRange, CTmxUnitReader::TextMode mode);
   CTmxPairSelector& operator=(const CTmxPairSelector&) = delete;
 
-  // Takes the unit the reader shows. For each range, its segment is the first one, in document
-  // order, that is not empty once CollapseWhitespace has made it plain: among the variants whose
-  // language equals the range (ignoring case, '_' as '-'), else among those the range matches.
+  // Takes a unit (the one a reader shows, or one a formatter is given). For each range, its
+  // segment is the first one, in document order, that is not empty once CollapseWhitespace has
+  // made it plain: among the variants whose language equals the range (ignoring case, '_' as
+  // '-'), else among those the range matches.
   // The second range never takes the variant the first took. TRUE when both ranges have one
   // (and, deduplicating, the pair is new): then GetFirst and GetSecond hold them until the next
   // call. Engine text keeps what export has always written:
   // variants whose language equals the range ignoring case, each line break (CR LF as one) and
   // tab made a space, spaces trimmed.
-  BOOL Select(const CTmxUnitReader& reader);
+  BOOL Select(const CTmxUnitView& unit);
   const CString& GetFirst() const { return m_strFirst; }
   const CString& GetSecond() const { return m_strSecond; }
 
@@ -64,8 +65,8 @@ class AFX_EXT_CLASS CTmxPairSelector {
 
  private:
   class Fingerprints;
-  INT_PTR FindSegment(const CTmxUnitReader& reader, const CString& strRange, INT_PTR nTaken, CString& segment) const;
-  INT_PTR FindSegment(const CTmxUnitReader& reader, const CString& strRange, bool bSameCode, INT_PTR nTaken,
+  INT_PTR FindSegment(const CTmxUnitView& unit, const CString& strRange, INT_PTR nTaken, CString& segment) const;
+  INT_PTR FindSegment(const CTmxUnitView& unit, const CString& strRange, bool bSameCode, INT_PTR nTaken,
                       CString& segment) const;
 
   CString m_strFirstRange, m_strSecondRange;

@@ -231,6 +231,37 @@ def test_a_half_read_iterator_gives_its_file_back_when_closed(monkeypatch):
     assert opened[-1].closed
 
 
+def test_a_read_in_pieces_of_a_file_object_ends_when_dropped_half_read():
+    doc = b"<tmx><body>\n" + b"<tu><tuv lang='en'><seg>a</seg></tuv></tu>\n" * 100000 + b"</body></tmx>"
+
+    class Trickle(io.RawIOBase):  # the reader's own thread waits for the lock to read each bit
+        def __init__(self):
+            self.data = io.BytesIO(doc)
+
+        def read(self, n=-1):
+            return self.data.read(min(n, 4096))
+
+    for end in (lambda units: units.close(), lambda units: None):
+        units = quillon.read_units(Trickle(), jobs=2)
+        next(units)
+        end(units)
+        del units
+        gc.collect()
+
+
+@pytest.mark.parametrize("jobs", [1, 2])
+def test_invalid_bytes_are_an_error_or_read_as_replacement_characters(jobs):
+    doc = b"<tmx><body><tu><tuv lang='en'><seg>caf\xe9</seg></tuv></tu>\n<tu><tuv lang='en'><seg>\xff\xfe</seg></tuv></tu></body></tmx>"
+    with pytest.raises(quillon.ParseError, match="byte 0xE9 is not UTF-8") as error:
+        list(quillon.read_units(doc, jobs=jobs))
+    assert (error.value.line, error.value.column) == (1, 39)
+    units = quillon.read_units(doc, jobs=jobs, invalid_bytes="replace")
+    assert [u.variants[0].segment for u in units] == ["caf\ufffd", "\ufffd\ufffd"]
+    assert units.replaced_bytes == 3
+    with pytest.raises(ValueError, match="invalid_bytes must be 'error' or 'replace', not 'skip'"):
+        quillon.read_pairs(doc, "en", "de", invalid_bytes="skip")
+
+
 def test_a_close_that_fails_raises_or_reaches_the_unraisable_hook(monkeypatch):
     class FailingClose(io.BytesIO):
         def close(self):

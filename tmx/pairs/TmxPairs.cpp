@@ -131,9 +131,9 @@ BOOL CTmxPairSelector::CanPair(const CString& strFirstRange, const CString& strS
   return !RangesOverlap(strFirstRange, strSecondRange);
 }
 
-BOOL CTmxPairSelector::Select(const CTmxUnitReader& reader) {
-  const INT_PTR nFirst = FindSegment(reader, m_strFirstRange, -1, m_strFirst);
-  if (nFirst < 0 || FindSegment(reader, m_strSecondRange, nFirst, m_strSecond) < 0) {
+BOOL CTmxPairSelector::Select(const CTmxUnitView& unit) {
+  const INT_PTR nFirst = FindSegment(unit, m_strFirstRange, -1, m_strFirst);
+  if (nFirst < 0 || FindSegment(unit, m_strSecondRange, nFirst, m_strSecond) < 0) {
     m_nSkipped++;
     return FALSE;
   }
@@ -146,16 +146,16 @@ BOOL CTmxPairSelector::Select(const CTmxUnitReader& reader) {
 }
 
 // The variant whose segment was taken, or -1; nTaken, the other range's, is never taken twice.
-INT_PTR CTmxPairSelector::FindSegment(const CTmxUnitReader& reader, const CString& strRange, INT_PTR nTaken,
+INT_PTR CTmxPairSelector::FindSegment(const CTmxUnitView& unit, const CString& strRange, INT_PTR nTaken,
                                       CString& segment) const {
-  const INT_PTR nFound = FindSegment(reader, strRange, true, nTaken, segment);
-  return nFound >= 0 || m_bEngine ? nFound : FindSegment(reader, strRange, false, nTaken, segment);
+  const INT_PTR nFound = FindSegment(unit, strRange, true, nTaken, segment);
+  return nFound >= 0 || m_bEngine ? nFound : FindSegment(unit, strRange, false, nTaken, segment);
 }
 
-INT_PTR CTmxPairSelector::FindSegment(const CTmxUnitReader& reader, const CString& strRange, bool bSameCode,
+INT_PTR CTmxPairSelector::FindSegment(const CTmxUnitView& unit, const CString& strRange, bool bSameCode,
                                       INT_PTR nTaken, CString& segment) const {
-  for (INT_PTR i = 0; i < reader.GetVariantCount(); i++) {
-    const CTmxTUV& variant = reader.GetVariant(i);
+  for (INT_PTR i = 0; i < unit.GetVariantCount(); i++) {
+    const CTmxTUV& variant = unit.GetVariant(i);
     const bool bInRange = m_bEngine   ? SameCodeIgnoringCase(strRange, variant.m_strLanguage)
                           : bSameCode ? SameCode(strRange, variant.m_strLanguage)
                                       : RangeMatches(strRange, variant.m_strLanguage);
