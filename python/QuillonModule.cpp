@@ -103,6 +103,11 @@ PyObject* NewStr(const CString& str) { return NewStr(str.GetString(), static_cas
       case quillon::Failure::Kind::kParse:
         if (pSafety) pSafety->Explain(failure, "safe=False");
         RaiseParseError(failure.message, path, failure.line, failure.column);
+      case quillon::Failure::Kind::kInput: {  // a damaged compressed stream, as Python's own readers raise it
+        const py::str text = path.is_none() ? py::str(failure.message) : py::str("{}: {}").format(path, failure.message);
+        PyErr_SetObject(PyExc_OSError, text.ptr());
+        throw py::error_already_set();
+      }
       case quillon::Failure::Kind::kMemory:
         throw std::bad_alloc();
       default:

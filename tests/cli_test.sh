@@ -199,6 +199,16 @@ for memory in codes entity; do
   done
 done
 
+# A compressed memory is read as the memory it holds, named anything, from a file or a pipe; one
+# cut short is an error that names it, after the units before the cut.
+gzip -c examples/sample.tmx >"$tmp/sample.gz"
+for jobs in "--jobs 1" ""; do
+  check "gzip $jobs" same "$("$quillon" export examples/sample.tmx)" "$("$quillon" export $jobs "$tmp/sample.gz")"
+  STDIN=$tmp/sample.gz expect "gzip-stdin $jobs" 0 '^[{]"key":0,"tuid":"welcome"' '^$' -- "$quillon" export $jobs -
+done
+head -c 700 "$tmp/sample.gz" >"$tmp/cut.gz"
+expect gzip-cut 1 '^[{]"key":0,' "^$tmp/cut.gz: error: the gzip stream is cut short$N\$" -- "$quillon" export "$tmp/cut.gz"
+
 # Failed writes and reads are errors, and a position is given only where the parser has one.
 printf '<?xml version="1.0-"?><tmx/>' >"$tmp/version.tmx"
 expect no-position 1 '^$' "^$tmp/version.tmx: error: implementation does not support" -- "$quillon" export "$tmp/version.tmx"

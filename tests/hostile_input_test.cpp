@@ -12,6 +12,7 @@
 
 #include "quillon/GenXMLInterface.h"
 #include "quillon/PackedImage.h"
+#include "tests/Compression.h"
 #include "tests/Files.h"
 #include "tests/TmxTestSupport.h"
 
@@ -233,6 +234,14 @@ TEST(HostileInputTest, SafeSettingsRefuseExpansionBeyondTheLimitAlikeOnEveryPath
     const std::string& refusal = outcomes.begin()->second.first;
     EXPECT_NE(refusal.find("beyond the safe limit"), std::string::npos) << refusal;
     for (const auto& [how, outcome] : outcomes) EXPECT_EQ(outcome.first, refusal) << how;
+  }
+  // Compressed, the same refusals by every reader of memories (the packer reads XML as it is).
+  for (const std::string& hostile : {cases[0], cases[2]}) {
+    const std::string refusal = ReadEveryWay(hostile).begin()->second.first;
+    for (const auto& [how, outcome] : ReadEveryWay(Gzip(hostile)))
+      if (how != "packer") {
+        EXPECT_EQ(outcome.first, refusal) << how << ", gzip";
+      }
   }
 }
 

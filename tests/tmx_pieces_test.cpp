@@ -10,6 +10,7 @@
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/util/BinInputStream.hpp>
 
+#include "tests/Compression.h"
 #include "tests/Files.h"
 #include "tests/TmxTestSupport.h"
 
@@ -149,7 +150,7 @@ TEST(PiecesTest, BytesTheEncodingCannotHoldArePlacedWhereTheyAre) {
     ExpectReadAsByOne(Tmx(units + "\r\n" + units + bad), true);
   }
   ExpectReadAsByOne("<?xml version='1.0' encoding='US-ASCII'?>" + Tmx(units.substr(0, 60) + Unit("3", "\xE9")).substr(21), true);
-  ExpectReadAsByOne("<?xml version='1.1'?><tmx><body>\xC2\x85" + Unit("1", "a\xC2\x85b\xE2\x80\xA8") + Unit("2", "\xFE") + "</body></tmx>", true);
+  ExpectReadAsByOne("<?xml version='1.1'?><tmx><body>\xC2\x85" + Unit("1", "a\xC2\x85" "b\xE2\x80\xA8") + Unit("2", "\xFE") + "</body></tmx>", true);
   const Reading one = Read("<?xml v\xE2n>", 1);
   EXPECT_EQ(one.failure, "SAX 1:8 byte 0xE2 is not UTF-8");
   EXPECT_EQ(Read(Tmx(Unit("1", "\xC3(")), 1).failure, "SAX 1:93 byte 0xC3 is not UTF-8");
@@ -240,7 +241,9 @@ TEST(PiecesTest, AThrowingHandlerEndsTheReadAndThreadsAreMadeAsNeeded) {
   reader.SetJobs(200, 1 << 20);  // one piece
   reader.Open(&source.file);
   ASSERT_TRUE(reader.ReadNextUnit());
-  if (nBefore != 0) EXPECT_LE(ThreadCount(), nBefore + 2);  // the thread that cuts, one worker
+  if (nBefore != 0) {
+    EXPECT_LE(ThreadCount(), nBefore + 2);  // the thread that cuts, one worker
+  }
 }
 
 // Sizes at which pieces are many, in flight together, and their storage goes round.
@@ -266,6 +269,40 @@ TEST(PiecesTest, LongDocumentsAndTheirInputs) {
   CStringArray languages;  // the rest, from the next piece on
   EXPECT_TRUE(reader.ReadLanguages(&languages));
   EXPECT_EQ(Strings(languages), (std::vector<std::string>{"de", "en"}));
+}
+
+// A compressed document is the document it holds, however its streams follow one another; one
+// cut short ends the read after the units before the cut, with one parser and in pieces alike.
+TEST(PiecesTest, CompressedDocumentsAreTheDocumentsTheyHold) {
+  using Compress = std::string (*)(const std::string&);
+  const std::pair<const char*, Compress> compressions[] = {
+      {"gzip", Gzip},
+#ifdef QUILLON_ALL_COMPRESSIONS
+      {"zstd", Zstd}, {"xz", Xz}, {"bzip2", Bzip2},
+#endif
+  };
+  std::string body;
+  for (int i = 0; i < 6000; i++) body += Unit(std::to_string(i), "text " + std::to_string(i * 7));
+  const std::string document = Tmx(body), head = document.substr(0, 300001), tail = document.substr(300001);
+  const Reading plain = Read(document, 1);
+  for (const auto& [name, compress] : compressions) {
+    const std::string whole = compress(document), streams = compress(head) + compress(tail) + std::string(8, '\0');
+    for (const std::string& bytes : {whole, streams}) {
+      EXPECT_EQ(Read(bytes, 1).units, plain.units) << name;
+      EXPECT_EQ(Read(bytes, 2, TextMode::Plain, ReadStyle::kStepThenPush, 4096).units, plain.units) << name;
+    }
+    const std::string cut = whole.substr(0, whole.size() / 2);
+    const Reading one = Read(cut, 1), pieces = Read(cut, 2, TextMode::Plain, ReadStyle::kPush, 4096);
+    EXPECT_EQ(one.failure, std::string("input the ") + name + " stream is cut short");
+    EXPECT_GT(one.units.size(), 1000u) << name;
+    EXPECT_EQ(pieces.units, one.units) << name;
+    EXPECT_EQ(pieces.failure, one.failure) << name;
+  }
+  ExpectReadAsByOne(Gzip(Tmx(Unit("1", "a") + Unit("2", "b"))), true);
+  EXPECT_EQ(Read(Gzip(document) + "<tmx/>", 2).failure, "input the gzip stream is damaged (incorrect header check)");
+#ifndef QUILLON_ALL_COMPRESSIONS
+  EXPECT_EQ(Read("\x28\xB5\x2F\xFD\0\0", 1).failure, "input a zstd stream, which this build reads only once decompressed");
+#endif
 }
 
 // An input that fails part way: the units whose bytes came before the failure, then what the

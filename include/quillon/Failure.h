@@ -1,6 +1,6 @@
 // A failure that left the library, described for a host that shows it on one line: the parser's
 // message and where it stopped, or what a class-library or standard exception says. The quillon
-// tool and the Python module describe failures with it. Header-only.
+// tool and the Python module describe failures with it.
 #pragma once
 
 #include <new>
@@ -14,10 +14,18 @@
 
 #include "quillon/afx.h"
 
+// What a read throws, after the units before it, when its source's bytes cannot be read as what
+// they are: a compressed stream that is damaged or cut short.
+class AFX_EXT_CLASS CInputError : public std::runtime_error {
+ public:
+  explicit CInputError(const std::string& message);
+  ~CInputError() override;
+};
+
 namespace quillon {
 
 struct Failure {
-  enum class Kind { kParse, kMemory, kOther };
+  enum class Kind { kParse, kInput, kMemory, kOther };
   Kind kind = Kind::kOther;
   std::string message;            // UTF-8, on one line
   unsigned long long line = 0;    // where the parser stopped; 0 when it does not say
@@ -47,6 +55,8 @@ inline Failure DescribeCurrentException() {
     e->GetErrorMessage(szMessage, 256);
     e->Delete();
     failure.message = CW2A(szMessage).str();
+  } catch (const CInputError& e) {
+    failure = {Failure::Kind::kInput, e.what()};
   } catch (const std::bad_alloc&) {
     failure = {Failure::Kind::kMemory, "out of memory"};
   } catch (const std::exception& e) {

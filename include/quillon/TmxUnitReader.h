@@ -25,14 +25,12 @@ class CTmxUnitReader;
 // A unit as a reader shows it: its key, its tu's id and its variants in document order.
 class AFX_EXT_CLASS CTmxUnitView {
  public:
+  virtual ~CTmxUnitView() = default;
   virtual int GetKey() const = 0;
   virtual INT_PTR GetVariantCount() const = 0;
   virtual const CTmxTUV& GetVariant(INT_PTR nIndex) const = 0;  // a guarded index
   // The tuid attribute of the unit's tu (its name in any case); null when it has none.
   virtual LPCTSTR GetUnitId() const = 0;
-
- protected:
-  ~CTmxUnitView() = default;
 };
 
 // What CTmxUnitReader::ReadUnits hands each unit to: during the call, the reader's GetKey,

@@ -250,6 +250,22 @@ def test_a_read_in_pieces_of_a_file_object_ends_when_dropped_half_read():
 
 
 @pytest.mark.parametrize("jobs", [1, 2])
+def test_compressed_memories_are_read_from_paths_bytes_and_file_objects(tmp_path, jobs):
+    packed = gzip.compress(FIXTURES[0].read_bytes())
+    (tmp_path / "memory.tmx.gz").write_bytes(packed)
+    (tmp_path / "cut.gz").write_bytes(packed[:700])
+    expected = list(quillon.read_units(FIXTURES[0]))
+    assert list(quillon.read_units(tmp_path / "memory.tmx.gz", jobs=jobs)) == expected
+    assert list(quillon.read_units(packed, jobs=jobs)) == expected
+    with open(tmp_path / "memory.tmx.gz", "rb") as f:
+        assert list(quillon.read_units(f, jobs=jobs)) == expected
+    units = quillon.read_units(tmp_path / "cut.gz", jobs=jobs)
+    assert next(units) == expected[0]
+    with pytest.raises(OSError, match=f"^{tmp_path / 'cut.gz'}: the gzip stream is cut short$"):
+        list(units)
+
+
+@pytest.mark.parametrize("jobs", [1, 2])
 def test_invalid_bytes_are_an_error_or_read_as_replacement_characters(jobs):
     doc = b"<tmx><body><tu><tuv lang='en'><seg>caf\xe9</seg></tuv></tu>\n<tu><tuv lang='en'><seg>\xff\xfe</seg></tuv></tu></body></tmx>"
     with pytest.raises(quillon.ParseError, match="byte 0xE9 is not UTF-8") as error:

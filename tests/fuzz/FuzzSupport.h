@@ -10,6 +10,7 @@
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/util/XMLException.hpp>
 
+#include "quillon/Failure.h"
 #include "quillon/SafeParsing.h"
 #include "quillon/TmxUnitReader.h"
 #include "quillon/afx.h"
@@ -34,6 +35,8 @@ std::string FailureOf(Parse parse) {
     return "XML " + CW2A(e.getMessage()).str();
   } catch (const xercesc::DOMException& e) {  // e.g. a declaration's version the DOM refuses
     return "DOM " + std::to_string(e.code);
+  } catch (const CInputError& e) {  // a compressed stream damaged or cut short
+    return std::string("input ") + e.what();
   }
 }
 

@@ -47,10 +47,11 @@ struct InstalledErrorHandler {
   ~InstalledErrorHandler() { parser.setErrorHandler(nullptr); }
 };
 
-// The document is read as every reader of the library reads its bytes: a byte that cannot be
-// read ends it there, with the error placed at that byte.
+// The document is read as every reader of the library reads its bytes (decompressed, the check
+// of what its entities expand to included): a byte that cannot be read ends it there, with the
+// error placed at that byte.
 void Parse(XercesDOMParser& parser, const InputSource& source) {
-  CheckEntityExpansion(parser, source);
+  CheckEntityExpansion(parser, CDocumentInputSource(source, false));
   CDocumentInputSource document(source, false);
   try {
     parser.parse(document);

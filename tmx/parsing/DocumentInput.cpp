@@ -10,6 +10,7 @@
 
 #include "quillon/afx.h"
 #include "tmx/parsing/Bytes.h"
+#include "tmx/parsing/CompressedInput.h"
 #include "tmx/parsing/DocumentEncoding.h"
 #include "tmx/parsing/TextCheck.h"
 
@@ -160,7 +161,7 @@ BinInputStream* CDocumentInputSource::makeStream() const {
   std::unique_ptr<BinInputStream> pSource(m_source.makeStream());
   if (pSource == nullptr) return nullptr;
   m_pState->bMade = true;
-  return new DocumentStream(std::move(pSource), m_pState);
+  return new DocumentStream(Decompressed(std::move(pSource)), m_pState);
 }
 
 const InputFailure* CDocumentInputSource::Failure() const {

@@ -7,7 +7,7 @@
 #include "tmx/stream/ShownUnit.h"
 #include "tmx/stream/UnitParser.h"
 
-class PieceParser : private UnitEnds {
+class PieceParser final : private UnitEnds {
  public:
   // With a formatter, the units of each piece read are made into output here too.
   PieceParser(const UnitReading& reading, const ParserSettings& settings, CTmxUnitFormatter* pFormatter);

@@ -34,7 +34,7 @@ class UnitStore {
     m_output.clear();
   }
   void OpenUnit() {
-    m_open = Unit{-1, false, {}, m_variants.size(), 0};
+    m_open = Unit{-1, false, {}, m_variants.size(), 0, {}};
     m_nOpenText = m_text.size();
   }
   void SetId(LPCTSTR pszId);

@@ -1,0 +1,376 @@
+#include "tmx/parsing/CompressedInput.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstdint>
+#include <cstring>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <initializer_list>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include <zlib.h>
+#ifdef QUILLON_ALL_COMPRESSIONS
+#include <bzlib.h>
+#include <lzma.h>
+#include <zstd.h>
+#endif
+
+#include "quillon/Failure.h"
+#include "tmx/parsing/Bytes.h"
+
+using namespace xercesc;
+
+CInputError::CInputError(const std::string& message) : std::runtime_error(message) {}
+CInputError::~CInputError() = default;
+
+namespace {
+
+constexpr size_t kInBytes = 256 * 1024, kBlockBytes = 256 * 1024;
+constexpr size_t kBlocksAhead = 4;
+constexpr size_t kMagicBytes = 6;
+
+// The bytes a decoder reads from and writes to, each moved on past what it took or gave.
+struct Window {
+  const uint8_t* pIn;
+  size_t nIn;
+  uint8_t* pOut;
+  size_t nOut;
+};
+
+class Decoder {
+ public:
+  explicit Decoder(const char* pszName) : m_pszName(pszName) {}
+  virtual ~Decoder() = default;
+  // Decodes what it can from the window; true once a stream (a gzip member, a zstd frame, …)
+  // has ended and all its output is given. bLast: no input follows what the window holds.
+  virtual bool Decode(Window& window, bool bLast) = 0;
+  // Another stream follows the one that ended.
+  virtual void Restart() {}
+  [[noreturn]] void Damaged(const std::string& why) const {
+    throw CInputError(std::string("the ") + m_pszName + " stream is damaged" + (why.empty() ? "" : " (" + why + ")"));
+  }
+  [[noreturn]] void CutShort() const { throw CInputError(std::string("the ") + m_pszName + " stream is cut short"); }
+
+ private:
+  const char* m_pszName;
+};
+
+class GzipDecoder : public Decoder {
+ public:
+  GzipDecoder() : Decoder("gzip") {
+    if (inflateInit2(&m_z, 16 + MAX_WBITS) != Z_OK) throw std::bad_alloc();
+  }
+  ~GzipDecoder() override { inflateEnd(&m_z); }
+  bool Decode(Window& w, bool) override {
+    m_z.next_in = const_cast<Bytef*>(w.pIn);
+    m_z.avail_in = static_cast<uInt>(std::min<size_t>(w.nIn, UINT32_MAX));
+    m_z.next_out = w.pOut;
+    m_z.avail_out = static_cast<uInt>(std::min<size_t>(w.nOut, UINT32_MAX));
+    const int nStatus = inflate(&m_z, Z_NO_FLUSH);
+    Advance(w, m_z.next_in, m_z.next_out);
+    if (nStatus == Z_MEM_ERROR) throw std::bad_alloc();
+    if (nStatus == Z_DATA_ERROR || nStatus == Z_NEED_DICT || nStatus == Z_STREAM_ERROR) Damaged(m_z.msg ? m_z.msg : "");
+    return nStatus == Z_STREAM_END;
+  }
+  void Restart() override { inflateReset(&m_z); }
+
+  static void Advance(Window& w, const uint8_t* pIn, uint8_t* pOut) {
+    w.nIn -= static_cast<size_t>(pIn - w.pIn);
+    w.pIn = pIn;
+    w.nOut -= static_cast<size_t>(pOut - w.pOut);
+    w.pOut = pOut;
+  }
+
+ private:
+  z_stream m_z{};
+};
+
+#ifdef QUILLON_ALL_COMPRESSIONS
+class ZstdDecoder : public Decoder {
+ public:
+  ZstdDecoder() : Decoder("zstd"), m_pContext(ZSTD_createDCtx()) {
+    if (m_pContext == nullptr) throw std::bad_alloc();
+  }
+  ~ZstdDecoder() override { ZSTD_freeDCtx(m_pContext); }
+  bool Decode(Window& w, bool) override {
+    ZSTD_inBuffer in{w.pIn, w.nIn, 0};
+    ZSTD_outBuffer out{w.pOut, w.nOut, 0};
+    const size_t nResult = ZSTD_decompressStream(m_pContext, &out, &in);
+    GzipDecoder::Advance(w, w.pIn + in.pos, w.pOut + out.pos);
+    if (ZSTD_isError(nResult)) Damaged(ZSTD_getErrorName(nResult));
+    return nResult == 0;  // a frame is complete and flushed; the next begins by itself
+  }
+
+ private:
+  ZSTD_DCtx* m_pContext;
+};
+
+// Concatenated streams and their padding are liblzma's to read: it ends only where the input does.
+class XzDecoder : public Decoder {
+ public:
+  XzDecoder() : Decoder("xz") {
+    if (lzma_stream_decoder(&m_s, UINT64_MAX, LZMA_CONCATENATED) != LZMA_OK) throw std::bad_alloc();
+  }
+  ~XzDecoder() override { lzma_end(&m_s); }
+  bool Decode(Window& w, bool bLast) override {
+    m_s.next_in = w.pIn;
+    m_s.avail_in = w.nIn;
+    m_s.next_out = w.pOut;
+    m_s.avail_out = w.nOut;
+    const lzma_ret nStatus = lzma_code(&m_s, bLast ? LZMA_FINISH : LZMA_RUN);
+    GzipDecoder::Advance(w, m_s.next_in, m_s.next_out);
+    switch (nStatus) {
+      case LZMA_OK: case LZMA_BUF_ERROR: return false;  // no progress at the end: cut short
+      case LZMA_STREAM_END: return true;
+      case LZMA_MEM_ERROR: throw std::bad_alloc();
+      case LZMA_FORMAT_ERROR: Damaged("not an xz stream");
+      case LZMA_OPTIONS_ERROR: Damaged("unsupported options");
+      default: Damaged("corrupt data");
+    }
+  }
+
+ private:
+  lzma_stream m_s = LZMA_STREAM_INIT;
+};
+
+class Bzip2Decoder : public Decoder {
+ public:
+  Bzip2Decoder() : Decoder("bzip2") { Start(); }
+  ~Bzip2Decoder() override { BZ2_bzDecompressEnd(&m_s); }
+  bool Decode(Window& w, bool) override {
+    m_s.next_in = const_cast<char*>(reinterpret_cast<const char*>(w.pIn));
+    m_s.avail_in = static_cast<unsigned>(std::min<size_t>(w.nIn, UINT32_MAX));
+    m_s.next_out = reinterpret_cast<char*>(w.pOut);
+    m_s.avail_out = static_cast<unsigned>(std::min<size_t>(w.nOut, UINT32_MAX));
+    const int nStatus = BZ2_bzDecompress(&m_s);
+    GzipDecoder::Advance(w, reinterpret_cast<const uint8_t*>(m_s.next_in), reinterpret_cast<uint8_t*>(m_s.next_out));
+    if (nStatus == BZ_MEM_ERROR) throw std::bad_alloc();
+    if (nStatus != BZ_OK && nStatus != BZ_STREAM_END) Damaged(nStatus == BZ_DATA_ERROR_MAGIC ? "not a bzip2 stream" : "corrupt data");
+    return nStatus == BZ_STREAM_END;
+  }
+  void Restart() override {
+    BZ2_bzDecompressEnd(&m_s);
+    Start();
+  }
+
+ private:
+  void Start() {
+    m_s = bz_stream{};
+    if (BZ2_bzDecompressInit(&m_s, 0, 0) != BZ_OK) throw std::bad_alloc();
+  }
+  bz_stream m_s{};
+};
+#endif
+
+// The decoder for the stream the first bytes begin, or none.
+std::unique_ptr<Decoder> DecoderFor(const uint8_t* p, size_t n) {
+  auto starts = [p, n](std::initializer_list<uint8_t> magic) {
+    return n >= magic.size() && std::equal(magic.begin(), magic.end(), p);
+  };
+  if (starts({0x1F, 0x8B})) return std::make_unique<GzipDecoder>();
+  const char* pszFormat = starts({0x28, 0xB5, 0x2F, 0xFD})                   ? "zstd"
+                          : starts({0xFD, '7', 'z', 'X', 'Z', 0x00})          ? "xz"
+                          : starts({'B', 'Z', 'h'}) && n > 3 && p[3] >= '1' && p[3] <= '9' ? "bzip2"
+                                                                               : nullptr;
+  if (pszFormat == nullptr) return nullptr;
+#ifdef QUILLON_ALL_COMPRESSIONS
+  if (*pszFormat == 'z') return std::make_unique<ZstdDecoder>();
+  if (*pszFormat == 'x') return std::make_unique<XzDecoder>();
+  return std::make_unique<Bzip2Decoder>();
+#else
+  throw CInputError(std::string("a ") + pszFormat + " stream, which this build reads only once decompressed");
+#endif
+}
+
+using Block = Bytes;
+
+// The source's bytes through a decoder, one block at a time. Streams that follow one another
+// are read as one (as gzip -dc reads them); zero bytes after the last are padding.
+class BlockDecoder {
+ public:
+  BlockDecoder(BinInputStream& source, std::unique_ptr<Decoder> pDecoder, Bytes first)
+      : m_source(source), m_pDecoder(std::move(pDecoder)), m_in(std::move(first)) {
+    m_nEnd = m_in.size();
+    m_in.resize(std::max(kInBytes, m_nEnd));
+  }
+
+  // The next block; empty once the last stream has ended. Damage leaves once the bytes decoded
+  // before it are given.
+  Block Next() {
+    if (m_damage) std::rethrow_exception(std::exchange(m_damage, nullptr));
+    Block block(kBlockBytes);
+    size_t nFilled = 0;
+    try {
+      Fill(block, nFilled);
+    } catch (const CInputError&) {
+      if (nFilled == 0) throw;
+      m_damage = std::current_exception();
+    }
+    block.resize(nFilled);
+    return block;
+  }
+
+ private:
+  void Fill(Block& block, size_t& nFilled) {
+    while (nFilled < block.size() && !m_bDone) {
+      if (m_nPos == m_nEnd && !m_bSourceEnded) Refill();
+      if (m_bBetween && !NextStreamBegins()) continue;
+      Window w{reinterpret_cast<const uint8_t*>(m_in.data()) + m_nPos, m_nEnd - m_nPos,
+               reinterpret_cast<uint8_t*>(block.data()) + nFilled, block.size() - nFilled};
+      const size_t nIn = w.nIn, nOut = w.nOut;
+      m_bBetween = m_pDecoder->Decode(w, m_bSourceEnded);
+      m_nPos += nIn - w.nIn;
+      nFilled += nOut - w.nOut;
+      if (!m_bBetween && nIn == w.nIn && nOut == w.nOut && m_bSourceEnded) m_pDecoder->CutShort();
+    }
+  }
+
+  void Refill() {
+    m_nPos = 0;
+    m_nEnd = m_source.readBytes(reinterpret_cast<XMLByte*>(m_in.data()), m_in.size());
+    m_bSourceEnded = m_nEnd == 0;
+  }
+
+  // After a stream: true where another begins; skips padding, ends the read at the end.
+  bool NextStreamBegins() {
+    while (m_nPos < m_nEnd && m_in[m_nPos] == 0) m_nPos++;
+    if (m_nPos < m_nEnd) {
+      m_bBetween = false;
+      m_pDecoder->Restart();
+      return true;
+    }
+    m_bDone = m_bSourceEnded;
+    return false;
+  }
+
+  BinInputStream& m_source;
+  std::unique_ptr<Decoder> m_pDecoder;
+  Bytes m_in;
+  size_t m_nPos = 0, m_nEnd = 0;
+  bool m_bSourceEnded = false, m_bBetween = false, m_bDone = false;
+  std::exception_ptr m_damage;
+};
+
+// Blocks decoded ahead on a thread of their own; where no thread can be made, on the reader's.
+class DecodingThread {
+ public:
+  explicit DecodingThread(std::unique_ptr<BlockDecoder> pDecoder) : m_pDecoder(std::move(pDecoder)) {
+    try {
+      m_thread = std::thread([this] { Run(); });
+    } catch (const std::system_error&) {
+    }
+  }
+  ~DecodingThread() {
+    if (!m_thread.joinable()) return;
+    {
+      std::lock_guard<std::mutex> lock(m_mutex);
+      m_bStop = true;
+    }
+    m_changed.notify_all();
+    m_thread.join();
+  }
+
+  // The next block; empty at the end. What decoding threw leaves here, after the blocks before it.
+  Block Take() {
+    if (!m_thread.joinable()) return m_pDecoder->Next();
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait(lock, [this] { return !m_blocks.empty() || m_bEnded; });
+    if (m_blocks.empty()) {
+      if (std::exception_ptr error = std::exchange(m_error, nullptr)) std::rethrow_exception(error);
+      return Block();
+    }
+    Block block = std::move(m_blocks.front());
+    m_blocks.pop_front();
+    m_changed.notify_all();
+    return block;
+  }
+
+ private:
+  void Run() {
+    std::exception_ptr error;
+    try {
+      for (Block block = m_pDecoder->Next(); !block.empty(); block = m_pDecoder->Next()) {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_changed.wait(lock, [this] { return m_blocks.size() < kBlocksAhead || m_bStop; });
+        if (m_bStop) return;
+        m_blocks.push_back(std::move(block));
+        m_changed.notify_all();
+      }
+    } catch (...) {
+      error = std::current_exception();
+    }
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_error = error;
+    m_bEnded = true;
+    m_changed.notify_all();
+  }
+
+  std::unique_ptr<BlockDecoder> m_pDecoder;
+  std::mutex m_mutex;
+  std::condition_variable m_changed;
+  std::deque<Block> m_blocks;
+  std::exception_ptr m_error;
+  bool m_bStop = false, m_bEnded = false;
+  std::thread m_thread;  // last: it starts once the rest is made
+};
+
+// Looks at the first bytes on the first read, then gives them and the rest as they are, or
+// decoded.
+class SniffingStream : public BinInputStream {
+ public:
+  explicit SniffingStream(std::unique_ptr<BinInputStream> pSource) : m_pSource(std::move(pSource)) {}
+  XMLFilePos curPos() const override { return m_nPos; }
+  const XMLCh* getContentType() const override { return m_pDecoding ? nullptr : m_pSource->getContentType(); }
+  XMLSize_t readBytes(XMLByte* const pToFill, const XMLSize_t nMaxToRead) override {
+    if (!m_bSniffed) Sniff();
+    const size_t n = m_nHeld < m_held.size() ? Held(pToFill, nMaxToRead)
+                     : m_pDecoding          ? Decoded(pToFill, nMaxToRead)
+                                            : m_pSource->readBytes(pToFill, nMaxToRead);
+    m_nPos += n;
+    return n;
+  }
+
+ private:
+  void Sniff() {
+    m_bSniffed = true;
+    uint8_t first[kMagicBytes];
+    size_t n = 0;
+    for (size_t nRead = 1; n < kMagicBytes && nRead != 0; n += nRead) nRead = m_pSource->readBytes(first + n, kMagicBytes - n);
+    m_held.assign(first, first + n);
+    std::unique_ptr<Decoder> pDecoder = DecoderFor(first, n);
+    if (pDecoder == nullptr) return;
+    m_pDecoding = std::make_unique<DecodingThread>(
+        std::make_unique<BlockDecoder>(*m_pSource, std::move(pDecoder), std::exchange(m_held, Bytes())));
+  }
+
+  size_t Held(XMLByte* p, size_t nMax) {
+    const size_t n = std::min(nMax, m_held.size() - m_nHeld);
+    if (n != 0) std::memcpy(p, m_held.data() + m_nHeld, n);
+    m_nHeld += n;
+    return n;
+  }
+
+  size_t Decoded(XMLByte* p, size_t nMax) {
+    m_held = m_pDecoding->Take();
+    m_nHeld = 0;
+    return Held(p, nMax);
+  }
+
+  std::unique_ptr<BinInputStream> m_pSource;
+  std::unique_ptr<DecodingThread> m_pDecoding;  // after the source, which it reads
+  bool m_bSniffed = false;
+  Bytes m_held;  // the first bytes, or a decoded block, given from m_nHeld on
+  size_t m_nHeld = 0;
+  XMLFilePos m_nPos = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<BinInputStream> Decompressed(std::unique_ptr<BinInputStream> pSource) {
+  return std::make_unique<SniffingStream>(std::move(pSource));
+}
