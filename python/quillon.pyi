@@ -12,6 +12,7 @@ from typing import BinaryIO, Iterator, Literal, NamedTuple, Optional, Sequence, 
 
 Source = Union[str, os.PathLike, bytes, bytearray, memoryview, BinaryIO]
 Text = Literal["plain", "markup", "engine"]
+InvalidBytes = Literal["error", "replace"]
 
 class Variant(NamedTuple):
     """One variant of a unit: one seg of a tuv."""
@@ -46,6 +47,9 @@ class Read(Iterator[R]):
     def __next__(self) -> R: ...
     def close(self) -> None:
         """Ends the read now: a file the read opened is closed; next() then stops."""
+    @property
+    def replaced_bytes(self) -> int:
+        """Bytes read as U+FFFD so far, with invalid_bytes='replace'."""
     def __enter__(self: "Read[R]") -> "Read[R]": ...
     def __exit__(self, kind: Optional[Type[BaseException]], error: Optional[BaseException],
                  traceback: Optional[TracebackType]) -> None: ...
@@ -54,25 +58,27 @@ class UnitIterator(Read[Unit]): ...
 class PairIterator(Read[Pair]): ...
 
 def read_units(source: Source, pair: Optional[Tuple[str, str]] = None, *, text: Text = "plain",
-               safe: bool = True, jobs: Optional[int] = None) -> UnitIterator:
+               safe: bool = True, jobs: Optional[int] = None, invalid_bytes: InvalidBytes = "error") -> UnitIterator:
     """The units of a TMX document, in document order, read as the caller iterates.
 
     source: a path, the document's bytes, or a binary file object read in chunks (standard
-    input, gzip.open(...)). text: 'plain', 'markup' or 'engine'. pair: two language ranges
+    input, gzip.open(...)); gzip, zstd, xz and bzip2 are read as the document they hold. text: 'plain', 'markup' or 'engine'. pair: two language ranges
     ('en' matches en-US and EN_gb, '*' every code) whose variants are kept, and the units that
     have one; with text='engine', the two languages of the bilingual rules. None keeps every
     language. safe: no external DTD or entity is loaded and entity expansion is capped; False
     gives the parser library's defaults, as the C++ library keeps them. jobs: parsers reading
     pieces of the document at once, for the same units (None: the cores the process may use;
-    1: one; text='engine' is always read by one). close() (or a with block) ends the read early.
+    1: one; text='engine' is always read by one). invalid_bytes: 'error' ends the read at a byte
+    the document's encoding cannot hold, with ParseError at its place; 'replace' reads it as
+    U+FFFD, counted by replaced_bytes. close() (or a with block) ends the read early.
 
     Raises ParseError once the units before the error have been read, OSError when a path
-    cannot be opened, MemoryError when memory runs out; TypeError or ValueError for a pair that
+    cannot be opened or a compressed stream is cut short or damaged, MemoryError when memory runs out; TypeError or ValueError for a pair that
     is not two language codes or an unknown text.
     """
 
 def read_pairs(source: Source, first: str, second: str, *, text: Text = "plain", dedupe: bool = False,
-               safe: bool = True, jobs: Optional[int] = None) -> PairIterator:
+               safe: bool = True, jobs: Optional[int] = None, invalid_bytes: InvalidBytes = "error") -> PairIterator:
     """The segment pairs of `quillon export --format pairs`: per unit, the first non-empty segment
     of each range (an exact code before a longer one), units without both skipped; dedupe drops
     a pair equal to one already given. Errors as read_units raises them."""
