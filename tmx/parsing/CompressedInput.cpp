@@ -22,6 +22,7 @@
 
 #include "quillon/Failure.h"
 #include "tmx/parsing/Bytes.h"
+#include "tmx/parsing/ReadAhead.h"
 
 using namespace xercesc;
 
@@ -256,69 +257,6 @@ class BlockDecoder {
   std::exception_ptr m_damage;
 };
 
-// Blocks decoded ahead on a thread of their own; where no thread can be made, on the reader's.
-class DecodingThread {
- public:
-  explicit DecodingThread(std::unique_ptr<BlockDecoder> pDecoder) : m_pDecoder(std::move(pDecoder)) {
-    try {
-      m_thread = std::thread([this] { Run(); });
-    } catch (const std::system_error&) {
-    }
-  }
-  ~DecodingThread() {
-    if (!m_thread.joinable()) return;
-    {
-      std::lock_guard<std::mutex> lock(m_mutex);
-      m_bStop = true;
-    }
-    m_changed.notify_all();
-    m_thread.join();
-  }
-
-  // The next block; empty at the end. What decoding threw leaves here, after the blocks before it.
-  Block Take() {
-    if (!m_thread.joinable()) return m_pDecoder->Next();
-    std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait(lock, [this] { return !m_blocks.empty() || m_bEnded; });
-    if (m_blocks.empty()) {
-      if (std::exception_ptr error = std::exchange(m_error, nullptr)) std::rethrow_exception(error);
-      return Block();
-    }
-    Block block = std::move(m_blocks.front());
-    m_blocks.pop_front();
-    m_changed.notify_all();
-    return block;
-  }
-
- private:
-  void Run() {
-    std::exception_ptr error;
-    try {
-      for (Block block = m_pDecoder->Next(); !block.empty(); block = m_pDecoder->Next()) {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait(lock, [this] { return m_blocks.size() < kBlocksAhead || m_bStop; });
-        if (m_bStop) return;
-        m_blocks.push_back(std::move(block));
-        m_changed.notify_all();
-      }
-    } catch (...) {
-      error = std::current_exception();
-    }
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_error = error;
-    m_bEnded = true;
-    m_changed.notify_all();
-  }
-
-  std::unique_ptr<BlockDecoder> m_pDecoder;
-  std::mutex m_mutex;
-  std::condition_variable m_changed;
-  std::deque<Block> m_blocks;
-  std::exception_ptr m_error;
-  bool m_bStop = false, m_bEnded = false;
-  std::thread m_thread;  // last: it starts once the rest is made
-};
-
 // Looks at the first bytes on the first read, then gives them and the rest as they are, or
 // decoded.
 class SniffingStream : public BinInputStream {
@@ -344,8 +282,8 @@ class SniffingStream : public BinInputStream {
     m_held.assign(first, first + n);
     std::unique_ptr<Decoder> pDecoder = DecoderFor(first, n);
     if (pDecoder == nullptr) return;
-    m_pDecoding = std::make_unique<DecodingThread>(
-        std::make_unique<BlockDecoder>(*m_pSource, std::move(pDecoder), std::exchange(m_held, Bytes())));
+    auto pBlocks = std::make_shared<BlockDecoder>(*m_pSource, std::move(pDecoder), std::exchange(m_held, Bytes()));
+    m_pDecoding = std::make_unique<ReadAhead<Block>>([pBlocks] { return pBlocks->Next(); }, kBlocksAhead);
   }
 
   size_t Held(XMLByte* p, size_t nMax) {
@@ -362,7 +300,7 @@ class SniffingStream : public BinInputStream {
   }
 
   std::unique_ptr<BinInputStream> m_pSource;
-  std::unique_ptr<DecodingThread> m_pDecoding;  // after the source, which it reads
+  std::unique_ptr<ReadAhead<Block>> m_pDecoding;  // after the source, which it reads
   bool m_bSniffed = false;
   Bytes m_held;  // the first bytes, or a decoded block, given from m_nHeld on
   size_t m_nHeld = 0;

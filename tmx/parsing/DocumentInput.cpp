@@ -12,6 +12,7 @@
 #include "tmx/parsing/Bytes.h"
 #include "tmx/parsing/CompressedInput.h"
 #include "tmx/parsing/DocumentEncoding.h"
+#include "tmx/parsing/ReadAhead.h"
 #include "tmx/parsing/TextCheck.h"
 
 using namespace xercesc;
@@ -142,6 +143,73 @@ class DocumentStream : public BinInputStream {
   XMLFilePos m_nPos = 0;
 };
 
+// A block of checked bytes, and how many bytes the check had replaced by its end.
+struct CheckedBlock {
+  Bytes bytes;
+  unsigned long long nReplaced = 0;
+  bool empty() const { return bytes.empty(); }
+};
+
+// The checked bytes made ahead on a thread of their own, so that the thread that parses, or cuts
+// pieces, spends its time on markup. What the check learns (the encoding, the bytes it replaced,
+// where the bytes end and why) reaches the read as its reader reaches that place.
+class CheckedAhead : public BinInputStream {
+ public:
+  CheckedAhead(std::unique_ptr<BinInputStream> pSource, std::shared_ptr<State> pState)
+      : m_pState(std::move(pState)), m_pAhead(std::make_shared<State>()) {
+    m_pAhead->bReplace = m_pState->bReplace;
+    m_pAhead->bForcedEncoding = m_pState->bForcedEncoding;
+    auto pChecked = std::make_shared<DocumentStream>(std::move(pSource), m_pAhead);
+    m_pBlocks = std::make_unique<ReadAhead<CheckedBlock>>(
+        [pChecked, pAhead = m_pAhead] {
+          CheckedBlock block;
+          block.bytes.resize(kAheadBytes);
+          block.bytes.resize(pChecked->readBytes(reinterpret_cast<XMLByte*>(block.bytes.data()), kAheadBytes));
+          block.nReplaced = pAhead->nReplaced;
+          return block;
+        },
+        kBlocksAhead);
+  }
+  XMLFilePos curPos() const override { return m_nPos; }
+  const XMLCh* getContentType() const override { return nullptr; }
+  XMLSize_t readBytes(XMLByte* const pToFill, const XMLSize_t nMaxToRead) override {
+    if (m_nHeld == m_held.bytes.size()) {
+      if (m_bEnded) return 0;
+      m_held = m_pBlocks->Take();
+      m_nHeld = 0;
+      Reached();
+      if (m_bEnded) return 0;
+    }
+    const size_t n = std::min(nMaxToRead, m_held.bytes.size() - m_nHeld);
+    std::memcpy(pToFill, m_held.bytes.data() + m_nHeld, n);
+    m_nHeld += n;
+    m_nPos += n;
+    return n;
+  }
+
+ private:
+  static constexpr size_t kAheadBytes = 256 * 1024, kBlocksAhead = 4;
+
+  // The block just taken was made after the check had sensed the encoding; the end, after the
+  // check had ended.
+  void Reached() {
+    m_pState->encoding = m_pAhead->encoding;
+    m_bEnded = m_held.empty();
+    m_pState->nReplaced = m_bEnded ? m_pAhead->nReplaced.load() : m_held.nReplaced;
+    if (!m_bEnded) return;
+    m_pState->failure = m_pAhead->failure;
+    m_pState->bFailed = m_pAhead->bFailed;
+    m_pState->bEnded = true;
+  }
+
+  std::shared_ptr<State> m_pState, m_pAhead;  // the read's, and the check's own
+  std::unique_ptr<ReadAhead<CheckedBlock>> m_pBlocks;
+  CheckedBlock m_held;
+  size_t m_nHeld = 0;
+  bool m_bEnded = false;
+  XMLFilePos m_nPos = 0;
+};
+
 }  // namespace
 
 CDocumentInputSource::CDocumentInputSource(const InputSource& source, bool bReplace)
@@ -161,7 +229,7 @@ BinInputStream* CDocumentInputSource::makeStream() const {
   std::unique_ptr<BinInputStream> pSource(m_source.makeStream());
   if (pSource == nullptr) return nullptr;
   m_pState->bMade = true;
-  return new DocumentStream(Decompressed(std::move(pSource)), m_pState);
+  return new CheckedAhead(Decompressed(std::move(pSource)), m_pState);
 }
 
 const InputFailure* CDocumentInputSource::Failure() const {
