@@ -103,7 +103,7 @@ std::string MosesFile(const ExportOptions& options, int nLanguage) {
 // The caller's share: each unit's bytes written where they go, in document order, and counted.
 class UnitWriter : public CTmxOutputHandler {
  public:
-  UnitWriter(const ExportOptions& options, Output& out, Progress& progress) : m_options(options), m_out(out), m_progress(progress) {
+  UnitWriter(const ExportOptions& options, Output& out, Progress& progress) : m_out(out), m_progress(progress) {
     if (options.format != "moses") return;
     m_pFirst = std::make_unique<OutputFile>(MosesFile(options, 0));
     m_pSecond = std::make_unique<OutputFile>(MosesFile(options, 1));
@@ -132,7 +132,6 @@ class UnitWriter : public CTmxOutputHandler {
   ULONGLONG GetWrittenCount() const { return m_nWritten; }
 
  private:
-  const ExportOptions& m_options;
   Output& m_out;
   Progress& m_progress;
   std::unique_ptr<OutputFile> m_pFirst, m_pSecond;

@@ -122,7 +122,8 @@ TEST(StreamTest, UnitsBeforeAParseErrorAreDeliveredThenTheParsersException) {
 }
 
 // Found by fuzzing: errors before the first character, which a progressive parse raises its own
-// way, and what only the DOM refuses (a document type without a subset, which SAX2 does not report).
+// way, what only the DOM refuses (a document type without a subset, which SAX2 does not report),
+// and a parser that stops at the bytes before a bad one without asking for more.
 TEST(StreamTest, ErrorsReadAsTheEnginesDo) {
   for (const char* text : {"<?xml v\xe2n>", "<?xml version=\"1.0-\"?><tmx/>", "<!DOCTYPE a: []><a:/>x", "<!DOCTYPE :>",
                            "<tmx>\n<body>\n<tu></tuv>", ""}) {
@@ -130,6 +131,8 @@ TEST(StreamTest, ErrorsReadAsTheEnginesDo) {
     EXPECT_NE(engine, "") << text;
     EXPECT_EQ(FailureOf([&] { StreamedUnits(text); }), engine) << text;
   }
+  const std::string stopsAtABadByte = ReadFile(QUILLON_SOURCE "/tests/fuzz/seeds/badbyte-in-declaration.tmx");
+  EXPECT_EQ(FailureOf([&] { EngineLanguages(stopsAtABadByte); }), FailureOf([&] { StreamedUnits(stopsAtABadByte); }));
 }
 
 // A second Open starts over, also in the middle of a unit, and ReadUnits then hands each unit its

@@ -143,10 +143,12 @@ class DocumentStream : public BinInputStream {
   XMLFilePos m_nPos = 0;
 };
 
-// A block of checked bytes, and how many bytes the check had replaced by its end.
+// A block of checked bytes, how many bytes the check had replaced by its end, and whether the
+// document's bytes end with it.
 struct CheckedBlock {
   Bytes bytes;
   unsigned long long nReplaced = 0;
+  bool bLast = false;
   bool empty() const { return bytes.empty(); }
 };
 
@@ -166,6 +168,7 @@ class CheckedAhead : public BinInputStream {
           block.bytes.resize(kAheadBytes);
           block.bytes.resize(pChecked->readBytes(reinterpret_cast<XMLByte*>(block.bytes.data()), kAheadBytes));
           block.nReplaced = pAhead->nReplaced;
+          block.bLast = pAhead->bEnded;
           return block;
         },
         kBlocksAhead);
@@ -190,13 +193,13 @@ class CheckedAhead : public BinInputStream {
  private:
   static constexpr size_t kAheadBytes = 256 * 1024, kBlocksAhead = 4;
 
-  // The block just taken was made after the check had sensed the encoding; the end, after the
-  // check had ended.
+  // The block just taken was made after the check had sensed the encoding; the last, once the
+  // check had ended, as the parser that takes the bytes before a bad one may stop there.
   void Reached() {
     m_pState->encoding = m_pAhead->encoding;
     m_bEnded = m_held.empty();
     m_pState->nReplaced = m_bEnded ? m_pAhead->nReplaced.load() : m_held.nReplaced;
-    if (!m_bEnded) return;
+    if (!(m_held.bLast || m_bEnded) || m_pState->bEnded) return;
     m_pState->failure = m_pAhead->failure;
     m_pState->bFailed = m_pAhead->bFailed;
     m_pState->bEnded = true;
