@@ -13,6 +13,8 @@
 #include <thread>
 #include <utility>
 
+#include "tmx/parsing/ThreadName.h"
+
 template <class Block>
 class ReadAhead {
  public:
@@ -50,6 +52,7 @@ class ReadAhead {
 
  private:
   void Run() {
+    NameThread("quillon-read");
     std::exception_ptr error;
     try {
       for (bool bLast = false; !bLast;) {

@@ -5,6 +5,8 @@
 
 #include <xercesc/util/XMLUni.hpp>
 
+#include "tmx/parsing/ThreadName.h"
+
 using namespace xercesc;
 
 namespace {
@@ -81,6 +83,7 @@ void PieceScheduler::Stop() {
 // Cuts as long as there is room in flight, the cutter finds cuts and the bytes last; then the
 // rest is the caller's.
 void PieceScheduler::Cut() {
+  NameThread("quillon-cut");
   try {
     if (ReadMore() && (m_pCutter = BodyCutter::For(m_document.Encoding())))
       for (;;) {
@@ -175,6 +178,7 @@ void PieceScheduler::AddWorker() {
 // ---- The workers ---------------------------------------------------------------------------------
 
 void PieceScheduler::Work(std::unique_ptr<CTmxUnitFormatter> pFormatter) {
+  NameThread("quillon-parse");
   std::unique_ptr<PieceParser> pParser;
   for (;;) {
     Slot* pSlot;
