@@ -51,7 +51,7 @@ TEST(ThreadsTest, ReadsInPiecesShareNothingUnsafely) {
   xercesc::XMLPlatformUtils::Initialize();
   {
     std::string document = "<tmx><body>", expected;
-    for (int i = 0; i < 3000; i++) {
+    for (int i = 0; i < 20000; i++) {  // a megabyte: the bytes are read ahead
       document += "<tu><tuv lang='en'><seg>a&amp;" + std::to_string(i) + "</seg></tuv></tu>\n";
       expected += std::to_string(i) + "\n";
     }

@@ -150,6 +150,7 @@ struct CheckedBlock {
   unsigned long long nReplaced = 0;
   bool bLast = false;
   bool empty() const { return bytes.empty(); }
+  static bool IsLast(const CheckedBlock& block) { return block.bLast; }
 };
 
 // The checked bytes made ahead on a thread of their own, so that the thread that parses, or cuts
@@ -171,7 +172,7 @@ class CheckedAhead : public BinInputStream {
           block.bLast = pAhead->bEnded;
           return block;
         },
-        kBlocksAhead);
+        kBlocksAhead, CheckedBlock::IsLast);
   }
   XMLFilePos curPos() const override { return m_nPos; }
   const XMLCh* getContentType() const override { return nullptr; }
