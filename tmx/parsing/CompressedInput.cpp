@@ -188,8 +188,6 @@ std::unique_ptr<Decoder> DecoderFor(const uint8_t* p, size_t n) {
 #endif
 }
 
-using Block = Bytes;
-
 // The source's bytes through a decoder, one block at a time. Streams that follow one another
 // are read as one (as gzip -dc reads them); zero bytes after the last are padding.
 class BlockDecoder {
@@ -212,7 +210,7 @@ class BlockDecoder {
       if (nFilled == 0) throw;
       m_damage = std::current_exception();
     }
-    block.resize(nFilled);
+    block.Cut(nFilled);
     return block;
   }
 
@@ -276,13 +274,15 @@ class SniffingStream : public BinInputStream {
  private:
   void Sniff() {
     m_bSniffed = true;
-    uint8_t first[kMagicBytes];
+    m_held = Block(kMagicBytes);
+    auto* pFirst = reinterpret_cast<uint8_t*>(m_held.data());
     size_t n = 0;
-    for (size_t nRead = 1; n < kMagicBytes && nRead != 0; n += nRead) nRead = m_pSource->readBytes(first + n, kMagicBytes - n);
-    m_held.assign(first, first + n);
-    std::unique_ptr<Decoder> pDecoder = DecoderFor(first, n);
+    for (size_t nRead = 1; n < kMagicBytes && nRead != 0; n += nRead) nRead = m_pSource->readBytes(pFirst + n, kMagicBytes - n);
+    m_held.Cut(n);
+    std::unique_ptr<Decoder> pDecoder = DecoderFor(pFirst, n);
     if (pDecoder == nullptr) return;
-    auto pBlocks = std::make_shared<BlockDecoder>(*m_pSource, std::move(pDecoder), std::exchange(m_held, Bytes()));
+    auto pBlocks = std::make_shared<BlockDecoder>(*m_pSource, std::move(pDecoder), Bytes(m_held.data(), m_held.data() + n));
+    m_held = Block();
     m_pDecoding = std::make_unique<ReadAhead<Block>>([pBlocks] { return pBlocks->Next(); }, kBlocksAhead);
   }
 
@@ -302,7 +302,7 @@ class SniffingStream : public BinInputStream {
   std::unique_ptr<BinInputStream> m_pSource;
   std::unique_ptr<ReadAhead<Block>> m_pDecoding;  // after the source, which it reads
   bool m_bSniffed = false;
-  Bytes m_held;  // the first bytes, or a decoded block, given from m_nHeld on
+  Block m_held;  // the first bytes, or a decoded block, given from m_nHeld on
   size_t m_nHeld = 0;
   XMLFilePos m_nPos = 0;
 };

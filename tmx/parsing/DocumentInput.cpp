@@ -70,14 +70,18 @@ class DocumentStream : public BinInputStream {
     }
   }
 
+  // Appends up to kReadBytes of the source to m_in, through a block of the stream's own (growing
+  // m_in by what was read only); how many.
+  size_t ReadIn() {
+    if (m_readBlock.empty()) m_readBlock = Block(kReadBytes);
+    const size_t nRead = FromSource(m_readBlock.data(), kReadBytes);
+    m_in.insert(m_in.end(), m_readBlock.data(), m_readBlock.data() + nRead);
+    return nRead;
+  }
+
   // The first bytes, as many as the parser looks at first, tell the encoding.
   void Sense() {
-    while (m_in.size() < kSenseBytes) {
-      const size_t nHeld = m_in.size();
-      m_in.resize(nHeld + kReadBytes);
-      const size_t nRead = FromSource(m_in.data() + nHeld, kReadBytes);
-      m_in.resize(nHeld + nRead);
-      if (nRead == 0) break;
+    while (m_in.size() < kSenseBytes && ReadIn() != 0) {
     }
     m_bSourceEnded = m_in.size() < kSenseBytes;
     m_pState->encoding = m_pState->bForcedEncoding ? DocumentEncoding() : SenseEncoding(m_in.data(), m_in.size(), m_bSourceEnded);
@@ -101,14 +105,8 @@ class DocumentStream : public BinInputStream {
     if (m_nOut == m_out.size()) {
       m_out.clear();
       m_nOut = 0;
-      const size_t nHeld = m_in.size();
       bool bLast = m_bSourceEnded;
-      if (nHeld < kReadBytes && !bLast) {
-        m_in.resize(nHeld + kReadBytes);
-        const size_t nRead = FromSource(m_in.data() + nHeld, kReadBytes);
-        m_in.resize(nHeld + nRead);
-        bLast = nRead == 0;
-      }
+      if (m_in.size() < kReadBytes && !bLast) bLast = ReadIn() == 0;
       const size_t nTaken = m_pCheck->Take(m_in.data(), m_in.size(), bLast, &m_out);
       m_in.erase(m_in.begin(), m_in.begin() + static_cast<std::ptrdiff_t>(nTaken));
       m_pState->nReplaced = m_pCheck->Replaced();
@@ -138,6 +136,7 @@ class DocumentStream : public BinInputStream {
   std::unique_ptr<TextCheck> m_pCheck;
   bool m_bSourceEnded = false;
   Bytes m_in, m_out;  // read and not yet checked; checked and not yet given
+  Block m_readBlock;
   size_t m_nOut = 0;
   std::string m_carry;  // a character the last bytes given in place ended in the middle of
   XMLFilePos m_nPos = 0;
@@ -146,7 +145,7 @@ class DocumentStream : public BinInputStream {
 // A block of checked bytes, how many bytes the check had replaced by its end, and whether the
 // document's bytes end with it.
 struct CheckedBlock {
-  Bytes bytes;
+  Block bytes;
   unsigned long long nReplaced = 0;
   bool bLast = false;
   bool empty() const { return bytes.empty(); }
@@ -166,8 +165,8 @@ class CheckedAhead : public BinInputStream {
     m_pBlocks = std::make_unique<ReadAhead<CheckedBlock>>(
         [pChecked, pAhead = m_pAhead] {
           CheckedBlock block;
-          block.bytes.resize(kAheadBytes);
-          block.bytes.resize(pChecked->readBytes(reinterpret_cast<XMLByte*>(block.bytes.data()), kAheadBytes));
+          block.bytes = Block(kAheadBytes);
+          block.bytes.Cut(pChecked->readBytes(reinterpret_cast<XMLByte*>(block.bytes.data()), kAheadBytes));
           block.nReplaced = pAhead->nReplaced;
           block.bLast = pAhead->bEnded;
           return block;
