@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
+#include <cstring>
 #include <map>
 #include <memory>
 
@@ -51,9 +52,12 @@ struct ExportOptions {
 // document holds one). Engine text stays as `units` writes it: without the unit's id.
 class UnitFormatter : public CTmxUnitFormatter {
  public:
-  explicit UnitFormatter(const ExportOptions& options) : m_options(options) {
-    if (options.SelectsPairs())
-      m_pPairs = std::make_unique<CTmxPairSelector>(options.Range(0), options.Range(1), options.text, options.bDedupe);
+  explicit UnitFormatter(const ExportOptions& options)
+      : m_options(options), m_bTsv(options.format == "tsv"), m_bMoses(options.format == "moses") {
+    if (!options.SelectsPairs()) return;
+    m_strFirst = options.Range(0);
+    m_strSecond = options.Range(1);
+    m_pPairs = std::make_unique<CTmxPairSelector>(m_strFirst, m_strSecond, options.text, options.bDedupe);
   }
   std::unique_ptr<CTmxUnitFormatter> Clone() const override { return std::make_unique<UnitFormatter>(m_options); }
   void Format(const CTmxUnitView& unit, std::string& bytes) override {
@@ -69,7 +73,7 @@ class UnitFormatter : public CTmxUnitFormatter {
  private:
   void WriteUnit(const CTmxUnitView& unit) {
     auto variant = [&unit](INT_PTR i) -> const CTmxTUV& { return unit.GetVariant(i); };
-    if (m_options.format == "tsv") return WriteTextUnit(m_out, unit.GetKey(), unit.GetVariantCount(), variant);
+    if (m_bTsv) return WriteTextUnit(m_out, unit.GetKey(), unit.GetVariantCount(), variant);
     const bool bWithId = m_options.text != TextMode::Engine;
     WriteJsonUnit(m_out, unit.GetKey(), bWithId ? unit.GetUnitId() : nullptr, unit.GetVariantCount(), variant);
     m_out << "\n";
@@ -78,20 +82,22 @@ class UnitFormatter : public CTmxUnitFormatter {
   // pairs: {"key":K,"tuid":…,"translation":{"FIRST":…,"SECOND":…}}, keyed by the ranges as given.
   void WritePair(const CTmxUnitView& unit) {
     if (!m_pPairs->Select(unit)) return;
-    if (m_options.format == "moses") {
+    if (m_bMoses) {
       m_out.Text(m_pPairs->GetFirst()) << std::string("\n\0", 2);
       m_out.Text(m_pPairs->GetSecond()) << "\n";
       return;
     }
     m_out << "{\"key\":" << unit.GetKey();
     if (LPCTSTR pszId = unit.GetUnitId()) (m_out << ",\"tuid\":").Json(pszId, std::char_traits<TCHAR>::length(pszId));
-    (m_out << ",\"translation\":{").Json(m_options.Range(0)) << ":";
+    (m_out << ",\"translation\":{").Json(m_strFirst) << ":";
     m_out.Json(m_pPairs->GetFirst()) << ",";
-    m_out.Json(m_options.Range(1)) << ":";
+    m_out.Json(m_strSecond) << ":";
     m_out.Json(m_pPairs->GetSecond()) << "}}\n";
   }
 
   const ExportOptions& m_options;
+  const bool m_bTsv, m_bMoses;
+  CString m_strFirst, m_strSecond;  // the ranges as given
   std::unique_ptr<CTmxPairSelector> m_pPairs;
   BytesOutput m_out;
 };
@@ -117,7 +123,7 @@ class UnitWriter : public CTmxOutputHandler {
       m_out.Raw(pBytes, nBytes);
       return;
     }
-    const size_t nFirst = std::char_traits<char>::length(pBytes);
+    const auto nFirst = static_cast<size_t>(static_cast<const char*>(std::memchr(pBytes, '\0', nBytes)) - pBytes);
     m_pFirst->Out().Raw(pBytes, nFirst);
     m_pSecond->Out().Raw(pBytes + nFirst + 1, nBytes - nFirst - 1);
   }
