@@ -135,8 +135,8 @@ TEST(StreamTest, ErrorsReadAsTheEnginesDo) {
   EXPECT_EQ(FailureOf([&] { EngineLanguages(stopsAtABadByte); }), FailureOf([&] { StreamedUnits(stopsAtABadByte); }));
 }
 
-// A second Open starts over, also in the middle of a unit, and ReadUnits then hands each unit its
-// own variants only.
+// A second Open starts over, also in the middle of a unit (showing no unit until it reads one),
+// and ReadUnits then hands each unit its own variants only.
 TEST(StreamTest, PathMemoryFileAndInputSourceGiveTheSameUnitsAndReopeningStartsOver) {
   std::string text = ReadFile(QUILLON_EXAMPLES "/sample.tmx");
   const std::string path = Temp().Write("sample.tmx", text);  // a path a Windows program can open
@@ -150,6 +150,8 @@ TEST(StreamTest, PathMemoryFileAndInputSourceGiveTheSameUnitsAndReopeningStartsO
   reader.Open(&file);
   ASSERT_TRUE(reader.ReadNextUnit());
   reader.Open(&file);
+  EXPECT_EQ(reader.GetVariantCount(), 0);  // nothing shown before the first read
+  EXPECT_EQ(reader.GetUnitId(), nullptr);
   EXPECT_EQ(CollectUnits(reader, ReadStyle::kPush), fromPath);
 
   xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(), "sample");

@@ -1,16 +1,11 @@
 #include "tmx/parsing/CompressedInput.h"
 
 #include <algorithm>
-#include <condition_variable>
 #include <cstdint>
 #include <cstring>
-#include <deque>
 #include <exception>
-#include <mutex>
 #include <initializer_list>
 #include <string>
-#include <system_error>
-#include <thread>
 #include <utility>
 
 #include <zlib.h>
@@ -57,6 +52,17 @@ class Decoder {
   }
   [[noreturn]] void CutShort() const { throw CInputError(std::string("the ") + m_pszName + " stream is cut short"); }
 
+ protected:
+  // The window moved on to where the library left its input and output.
+  static void Advance(Window& w, const uint8_t* pIn, uint8_t* pOut) {
+    w.nIn -= static_cast<size_t>(pIn - w.pIn);
+    w.pIn = pIn;
+    w.nOut -= static_cast<size_t>(pOut - w.pOut);
+    w.pOut = pOut;
+  }
+  // A length as the libraries with 32-bit counts take it: they are called again for the rest.
+  static uint32_t Clamped(size_t n) { return static_cast<uint32_t>(std::min<size_t>(n, UINT32_MAX)); }
+
  private:
   const char* m_pszName;
 };
@@ -69,9 +75,9 @@ class GzipDecoder : public Decoder {
   ~GzipDecoder() override { inflateEnd(&m_z); }
   bool Decode(Window& w, bool) override {
     m_z.next_in = const_cast<Bytef*>(w.pIn);
-    m_z.avail_in = static_cast<uInt>(std::min<size_t>(w.nIn, UINT32_MAX));
+    m_z.avail_in = Clamped(w.nIn);
     m_z.next_out = w.pOut;
-    m_z.avail_out = static_cast<uInt>(std::min<size_t>(w.nOut, UINT32_MAX));
+    m_z.avail_out = Clamped(w.nOut);
     const int nStatus = inflate(&m_z, Z_NO_FLUSH);
     Advance(w, m_z.next_in, m_z.next_out);
     if (nStatus == Z_MEM_ERROR) throw std::bad_alloc();
@@ -79,13 +85,6 @@ class GzipDecoder : public Decoder {
     return nStatus == Z_STREAM_END;
   }
   void Restart() override { inflateReset(&m_z); }
-
-  static void Advance(Window& w, const uint8_t* pIn, uint8_t* pOut) {
-    w.nIn -= static_cast<size_t>(pIn - w.pIn);
-    w.pIn = pIn;
-    w.nOut -= static_cast<size_t>(pOut - w.pOut);
-    w.pOut = pOut;
-  }
 
  private:
   z_stream m_z{};
@@ -102,7 +101,7 @@ class ZstdDecoder : public Decoder {
     ZSTD_inBuffer in{w.pIn, w.nIn, 0};
     ZSTD_outBuffer out{w.pOut, w.nOut, 0};
     const size_t nResult = ZSTD_decompressStream(m_pContext, &out, &in);
-    GzipDecoder::Advance(w, w.pIn + in.pos, w.pOut + out.pos);
+    Advance(w, w.pIn + in.pos, w.pOut + out.pos);
     if (ZSTD_isError(nResult)) Damaged(ZSTD_getErrorName(nResult));
     return nResult == 0;  // a frame is complete and flushed; the next begins by itself
   }
@@ -124,7 +123,7 @@ class XzDecoder : public Decoder {
     m_s.next_out = w.pOut;
     m_s.avail_out = w.nOut;
     const lzma_ret nStatus = lzma_code(&m_s, bLast ? LZMA_FINISH : LZMA_RUN);
-    GzipDecoder::Advance(w, m_s.next_in, m_s.next_out);
+    Advance(w, m_s.next_in, m_s.next_out);
     switch (nStatus) {
       case LZMA_OK: case LZMA_BUF_ERROR: return false;  // no progress at the end: cut short
       case LZMA_STREAM_END: return true;
@@ -145,11 +144,11 @@ class Bzip2Decoder : public Decoder {
   ~Bzip2Decoder() override { BZ2_bzDecompressEnd(&m_s); }
   bool Decode(Window& w, bool) override {
     m_s.next_in = const_cast<char*>(reinterpret_cast<const char*>(w.pIn));
-    m_s.avail_in = static_cast<unsigned>(std::min<size_t>(w.nIn, UINT32_MAX));
+    m_s.avail_in = Clamped(w.nIn);
     m_s.next_out = reinterpret_cast<char*>(w.pOut);
-    m_s.avail_out = static_cast<unsigned>(std::min<size_t>(w.nOut, UINT32_MAX));
+    m_s.avail_out = Clamped(w.nOut);
     const int nStatus = BZ2_bzDecompress(&m_s);
-    GzipDecoder::Advance(w, reinterpret_cast<const uint8_t*>(m_s.next_in), reinterpret_cast<uint8_t*>(m_s.next_out));
+    Advance(w, reinterpret_cast<const uint8_t*>(m_s.next_in), reinterpret_cast<uint8_t*>(m_s.next_out));
     if (nStatus == BZ_MEM_ERROR) throw std::bad_alloc();
     if (nStatus != BZ_OK && nStatus != BZ_STREAM_END) Damaged(nStatus == BZ_DATA_ERROR_MAGIC ? "not a bzip2 stream" : "corrupt data");
     return nStatus == BZ_STREAM_END;

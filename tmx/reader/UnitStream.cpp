@@ -32,19 +32,18 @@ void CTmxUnitStream::Open(const InputSource& source, std::unique_ptr<InputSource
   m_origin = PieceOrigin();
   m_nKeysBefore = 0;
   m_nSkipThrough = -1;
-  m_bUnitRead = false;
+  m_shown.Hide();
 }
 
 bool CTmxUnitStream::ReadNextUnit() {
-  m_bUnitRead = false;
   m_shown.Hide();
   Start(true);
   if (m_bInPieces && NextPieceUnit()) return true;
   Mapped([this] {
-    while (!m_bUnitRead && m_unitParser.Parser().Step()) {
+    while (!m_shown.IsShown() && m_unitParser.Parser().Step()) {
     }
   });
-  return m_bUnitRead;
+  return m_shown.IsShown();
 }
 
 bool CTmxUnitStream::ReadUnits(CTmxUnitHandler& handler) {
@@ -61,7 +60,6 @@ bool CTmxUnitStream::ReadFormatted(CTmxUnitFormatter& formatter, CTmxOutputHandl
 // The units that remain, each where the read's handler or formatter sends it. What they throw
 // ends the read, with one parser or with pieces.
 bool CTmxUnitStream::ReadAll() {
-  m_bUnitRead = false;
   m_shown.Hide();
   struct Done {
     CTmxUnitStream& stream;
@@ -69,7 +67,6 @@ bool CTmxUnitStream::ReadAll() {
       stream.m_pHandler = nullptr;
       stream.m_pFormatter = nullptr;
       stream.m_pOutput = nullptr;
-      stream.m_bUnitRead = false;
       stream.m_shown.Hide();
     }
   } done{*this};
@@ -88,7 +85,6 @@ bool CTmxUnitStream::ReadAll() {
 // After a read in pieces has begun, the rest is read from the piece of the unit shown last,
 // whose units up to that one are not shown again: languages are gathered after it.
 bool CTmxUnitStream::ReadLanguages(CStringArray* pLanguages) {
-  m_bUnitRead = false;
   m_shown.Hide();
   Start(false);
   if (m_bInPieces) {
@@ -178,7 +174,6 @@ void CTmxUnitStream::UnitRead() {
 // and its output handed on.
 void CTmxUnitStream::Show(const UnitStore& store, const UnitStore::Unit& unit, int nKeysBefore) {
   m_shown.Show(store, unit, nKeysBefore);
-  m_bUnitRead = true;
   if (m_pHandler) m_pHandler->OnUnit(m_owner);
   if (m_pOutput) {
     m_output.clear();

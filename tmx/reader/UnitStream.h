@@ -66,7 +66,6 @@ class CTmxUnitStream final : private UnitEnds {
   LanguageSet m_languages;
   // The unit shown: the one just read, until the next read; and where a unit read goes.
   ShownUnit m_shown;
-  bool m_bUnitRead = false;
   CTmxUnitHandler* m_pHandler = nullptr;
   CTmxUnitFormatter* m_pFormatter = nullptr;
   CTmxOutputHandler* m_pOutput = nullptr;

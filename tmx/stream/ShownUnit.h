@@ -15,6 +15,7 @@ class ShownUnit final : public CTmxUnitView {
   void Show(const UnitStore& store, const UnitStore::Unit& unit, int nKeysBefore);
   // No unit: no variants.
   void Hide() { m_bShown = false; }
+  bool IsShown() const { return m_bShown; }
 
   int GetKey() const override { return m_nKey; }
   INT_PTR GetVariantCount() const override { return m_bShown ? static_cast<INT_PTR>(m_nVariants) : 0; }
